@@ -1,0 +1,18 @@
+#!/usr/bin/env bash
+# Builds and runs the whole suite three ways: native 64-bit, 32-bit (-m32, which
+# proves the record layouts) and under AddressSanitizer + UndefinedBehaviorSanitizer.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+jobs=$(nproc)
+run() {
+  local name=$1; shift
+  echo "==== $name build ===="
+  cmake -S . -B "build/$name" -DACEPLUG_WERROR=ON "$@" >/dev/null
+  cmake --build "build/$name" -j "$jobs"
+  echo "==== $name tests ===="
+  ctest --test-dir "build/$name" -j "$jobs" --output-on-failure --timeout 600
+}
+run native -DCMAKE_BUILD_TYPE=Release
+run m32 -DCMAKE_BUILD_TYPE=Release -DACEPLUG_M32=ON -DACEPLUG_BUILD_CLI=OFF
+run asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DACEPLUG_SANITIZE=ON
+echo "all three builds passed"

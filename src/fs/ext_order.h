@@ -1,0 +1,12 @@
+// Orders a solid run's files by extension so that files of one kind follow
+// each other in the shared history.
+#pragma once
+
+#include "fs/dir_scan.h"
+
+namespace ace {
+
+int CompareByExtension(const FileWorkEntry* a, const FileWorkEntry* b);
+void OrderByExtension(FileWorkList* work);
+
+}  // namespace ace

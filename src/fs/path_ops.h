@@ -1,0 +1,31 @@
+// Path-string operations shared by several subsystems. Callers give buffers of
+// kPathBuffer bytes unless a size is passed.
+#pragma once
+
+#include <cstddef>
+
+namespace ace {
+
+inline constexpr size_t kPathBuffer = 260;  // MAX_PATH, NUL included
+
+char* AddTrailingBackslash(const char* source, char* target);
+// Removes one trailing "\" when the text is longer than 3 characters.
+char* StripTrailingBackslash(const char* source, char* target);
+// Upper-case copy by the ANSI code page's rules; at most 2047 characters.
+char* UpperCopy(const char* source, char* target);
+// \\server\share\dir\name gives \dir\name; \\server gives server;
+// \\server\share gives ""; anything else is copied.
+char* StripUncPrefix(const char* source, char* target);
+// Removes `count` characters at `position` in place.
+void CutString(char* text, size_t position, int count);
+// Copies at most size - 1 bytes and always terminates; returns false when cut.
+bool CopyText(char* target, size_t size, const char* source);
+// Appends with the same rule.
+bool AppendText(char* target, size_t size, const char* source);
+
+// Splits a path like a mask: drive ("C:"), directory (through the last "\" or
+// "/"), base name (up to the last "." after the directory) and extension (from
+// that "." on, with the dot). Each output may be null; each is a kPathBuffer.
+void SplitPath(const char* path, char* drive, char* directory, char* base, char* extension);
+
+}  // namespace ace

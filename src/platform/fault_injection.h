@@ -1,0 +1,31 @@
+// Test hook: makes the N-th platform call of one kind fail, so that tests can
+// prove that every failure point leaves the archive intact. Off unless armed;
+// the counters cost one increment per call.
+#pragma once
+
+#include <cstdint>
+
+namespace platform::faults {
+
+enum class Kind : int {
+  Open,        // CreateFileA
+  Read,        // ReadFile
+  Write,       // WriteFile fails outright
+  ShortWrite,  // WriteFile stores half of what was asked
+  Seek,        // SetFilePointer
+  Rename,      // MoveFileA
+  Delete,      // DeleteFileA
+  CreateDir,   // CreateDirectoryA
+  Count_
+};
+
+// The `nth` call (1-based) of `kind` from now on fails; 0 disarms that kind.
+void Arm(Kind kind, int64_t nth);
+// Disarms every kind and resets the call counters.
+void Reset();
+// Calls of `kind` seen since the last Reset().
+int64_t Calls(Kind kind);
+// Called by the platform layer: counts the call and says whether it must fail.
+bool ShouldFail(Kind kind);
+
+}  // namespace platform::faults
