@@ -1,6 +1,7 @@
 #include "format/archive_open.h"
 
-#include "fs/file_layer.h"
+#include <filesystem>
+
 #include "fs/path_ops.h"
 #include "plugin/state.h"
 
@@ -9,7 +10,8 @@ namespace ace {
 // Existence check only; recognising the archive's headers comes with the reader.
 void OpenExistingArchive(const char* path) {
   PluginState& s = State();
-  if (!IsExistingFile(path)) {
+  std::error_code ec;
+  if (path == nullptr || !std::filesystem::is_regular_file(path, ec)) {
     s.Status = AR_FILE_NOT_FOUND;
     s.IsNewArchive = 1;
     return;
