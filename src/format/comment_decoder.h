@@ -59,8 +59,9 @@ class CommentBitReader {
 // Builds the decode table of 2^maxwidth entries for symbols 0..last from their
 // widths. Codes are handed out by the order of SortWidths, shortest first. When
 // fewer than two widths are non-zero, the first symbol in that order gets width
-// 1 in `widths`. Fails (0) when a code would pass the table's end, or when a
-// code longer than maxwidth would be needed before the table is full.
+// 1 in `widths`. Codes beyond a full table are never reached; fails (0) when a
+// code longer than maxwidth would be needed before the table is full (such a
+// code would pass the table's end).
 int MakeDecodeTable(int maxwidth, int last, uint8_t* widths, uint16_t* table);
 
 // Reads one transmitted code (symbols 0..count) and builds its table of
