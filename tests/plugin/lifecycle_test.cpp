@@ -127,6 +127,7 @@ TEST_F(PluginTest, DoneArcFileReleasesTheCommentsAndClearsTheState) {
   InitArcFile(PlainArchive().c_str());
   SetInputPath("C:\\IN");
   arOptionsOn(1);
+  ace::ReleaseCommentBuffers();  // whatever opening the archive decoded
   S().CommentText = static_cast<char*>(std::malloc(64));
   S().MainComment = static_cast<char*>(std::malloc(16));
   S().MainCommentLength = 16;
@@ -148,6 +149,7 @@ TEST_F(PluginTest, DoneArcFileReleasesTheCommentsAndClearsTheState) {
 
 TEST_F(PluginTest, InitArcFileAgainReleasesTheLastArchivesComment) {
   InitArcFile(PlainArchive().c_str());
+  ace::ReleaseCommentBuffers();
   S().MainComment = static_cast<char*>(std::malloc(16));
   S().MainCommentLength = 16;
   InitArcFile(PlainArchive().c_str());
