@@ -30,8 +30,7 @@ TEST(MainHeader, CarriesTheFixedFieldsAndTheSolidFlag) {
     uint8_t h[ace::kMainHeaderWrittenSize];
     ace::BuildMainHeader(flags, ace::kAdvertText, h);
     const Bytes fixed(h + 2, h + 31);
-    const Bytes expected = {0x31, 0x00, 0x00, static_cast<uint8_t>(flags == 0 ? 0x00 : 0x00),
-                            static_cast<uint8_t>(flags == 0 ? 0x10 : 0x90),
+    const Bytes expected = {0x31, 0x00, 0x00, 0x00, static_cast<uint8_t>(flags == 0 ? 0x10 : 0x90),
                             '*', '*', 'A', 'C', 'E', '*', '*', 10, 20, 2, 0,
                             0x63, 0x99, 0x61, 0x2C, 0xE4, 0xCE, 0xFD, 0x08, 0x2B, 0x20, 0x00, 0x00,
                             22};
