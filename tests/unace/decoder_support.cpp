@@ -48,8 +48,16 @@ void StreamWriter::Put(uint32_t n, uint32_t value) {
   }
 }
 
-std::vector<uint32_t> CanonicalCodes(const std::vector<uint8_t>& widths) {
-  const int last = static_cast<int>(widths.size()) - 1;
+size_t LastUsed(const std::vector<uint8_t>& widths) {
+  size_t last = widths.size() - 1;
+  while (last > 0 && widths[last] == 0) --last;
+  return last;
+}
+
+std::vector<uint32_t> CanonicalCodes(const std::vector<uint8_t>& all, size_t lastSymbol) {
+  const std::vector<uint8_t> widths(all.begin(),
+                                    all.begin() + static_cast<ptrdiff_t>(lastSymbol) + 1);
+  const int last = static_cast<int>(lastSymbol);
   std::vector<uint8_t> keys(widths);
   std::vector<uint16_t> order(widths.size());
   for (size_t i = 0; i < order.size(); ++i) order[i] = static_cast<uint16_t>(i);
@@ -65,8 +73,9 @@ std::vector<uint32_t> CanonicalCodes(const std::vector<uint8_t>& widths) {
   return codes;
 }
 
-void StreamWriter::PutCode(const std::vector<uint8_t>& widths, uint32_t symbol) {
-  Put(widths.at(symbol), CanonicalCodes(widths)[symbol]);
+void StreamWriter::PutCode(const std::vector<uint8_t>& widths, uint32_t symbol, int last) {
+  const size_t l = last < 0 ? LastUsed(widths) : static_cast<size_t>(last);
+  Put(widths.at(symbol), CanonicalCodes(widths, l).at(symbol));
 }
 
 const std::vector<uint8_t>& FixedWidthCode() {
@@ -75,8 +84,7 @@ const std::vector<uint8_t>& FixedWidthCode() {
 }
 
 void StreamWriter::PutCodeWidths(const std::vector<uint8_t>& widths) {
-  size_t last = widths.size() - 1;
-  while (last > 0 && widths[last] == 0) --last;
+  const size_t last = LastUsed(widths);
   Put(9, static_cast<uint32_t>(last));
   Put(4, 0);
   Put(4, 12);

@@ -32,8 +32,9 @@ DecodeResult DecodeFile(ace::Lz77Decoder& decoder, const Bytes& packed, uint64_t
 class StreamWriter {
  public:
   void Put(uint32_t n, uint32_t value);
-  // Writes `symbol` with the code that the decoder derives from `widths` (symbols 0..size-1).
-  void PutCode(const std::vector<uint8_t>& widths, uint32_t symbol);
+  // Writes `symbol` with the code that the decoder derives from `widths` sent with the last
+  // symbol `last` (by default the last one with a nonzero width, as PutCodeWidths sends it).
+  void PutCode(const std::vector<uint8_t>& widths, uint32_t symbol, int last = -1);
   // A code section with lower width 0, modulus 12 and a fixed complete width code.
   void PutCodeWidths(const std::vector<uint8_t>& widths);
   Bytes Finish();
@@ -44,8 +45,10 @@ class StreamWriter {
   uint32_t count_ = 0;
 };
 
-// The code of each symbol (0 for an unused one) as the decoder assigns them.
-std::vector<uint32_t> CanonicalCodes(const std::vector<uint8_t>& widths);
+// The code of each symbol 0..last (0 for an unused one) as the decoder assigns them. The order
+// among equal widths depends on `last`.
+std::vector<uint32_t> CanonicalCodes(const std::vector<uint8_t>& widths, size_t last);
+size_t LastUsed(const std::vector<uint8_t>& widths);
 
 // The widths of the fixed width code used by PutCodeWidths: 13 symbols, complete.
 const std::vector<uint8_t>& FixedWidthCode();

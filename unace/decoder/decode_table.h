@@ -20,9 +20,9 @@ constexpr uint32_t EntryWidth(uint16_t entry) { return entry >> 12; }
 // Builds `table` (2^bits entries) for symbols 0..last from their widths. Codes are handed out
 // from the shortest width to the longest in the order SortWidths leaves, so equal widths follow
 // that order. A code with fewer than two used symbols gets its first symbol in that order the
-// width 1 (written back into `widths`). A table that is not completely filled decodes its
-// remaining entries to symbol 0. False when a width exceeds `bits` or the codes over-fill the
-// table.
+// width 1 (written back into `widths`). Codes that come after the table is full are left out;
+// a table that is not filled decodes its remaining entries to symbol 0. False when a width
+// that has to be placed exceeds `bits`.
 bool MakeDecodeTable(uint32_t bits, uint32_t last, uint8_t* widths, uint16_t* table);
 
 // Reads one transmitted code (last symbol, lower width, width modulus, the width code, then the
