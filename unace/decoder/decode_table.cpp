@@ -30,13 +30,13 @@ bool MakeDecodeTable(uint32_t bits, uint32_t last, uint8_t* widths, uint16_t* ta
     if (w > bits) return false;
     const uint32_t span = 1u << (bits - w);
     if (span > size - filled) return false;
-    const auto entry = static_cast<uint16_t>(symbols[i] | widths[symbols[i]] << 12);
+    const uint16_t entry = MakeEntry(symbols[i], widths[symbols[i]]);
     std::fill(table + filled, table + filled + span, entry);
     filled += span;
   }
   // The rest reads as symbol 0. Its width cannot exceed `bits` here: a used symbol 0 went through
   // the checks above.
-  const auto rest = static_cast<uint16_t>(std::min<uint32_t>(widths[0], bits) << 12);
+  const uint16_t rest = MakeEntry(0, std::min<uint32_t>(widths[0], bits));
   std::fill(table + filled, table + size, rest);
   return true;
 }

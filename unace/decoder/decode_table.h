@@ -14,8 +14,12 @@ constexpr uint32_t kWidthTableBits = 7;  // the code that sends the widths
 constexpr uint32_t kMaxMainSymbol = 281;
 constexpr uint32_t kMaxLengthSymbol = 255;
 
-constexpr uint32_t EntrySymbol(uint16_t entry) { return entry & 0x1FFu; }
-constexpr uint32_t EntryWidth(uint16_t entry) { return entry >> 12; }
+// The width sits in the low bits so that it can be used as a shift count directly.
+constexpr uint16_t MakeEntry(uint32_t symbol, uint32_t width) {
+  return static_cast<uint16_t>(symbol << 6 | width);
+}
+constexpr uint32_t EntrySymbol(uint16_t entry) { return entry >> 6; }
+constexpr uint32_t EntryWidth(uint16_t entry) { return entry & 63u; }
 
 // Builds `table` (2^bits entries) for symbols 0..last from their widths. Codes are handed out
 // from the shortest width to the longest in the order SortWidths leaves, so equal widths follow
