@@ -38,13 +38,16 @@ Token New(uint32_t d, int length) {
 }
 Token Rep(uint32_t i, int length) { return Token{256 + i, 0, 0, length}; }
 
-// One block whose main code gives width 4 to every symbol used and whose length code is
-// symbols 0 and 1 of width 1, unless `count` overrides the token count.
+// One block whose codes give width 4 to every symbol used (and to main symbol 0 or 1 and length
+// symbols 0 and 1, so that each code has two symbols); `count` overrides the token count.
 Bytes Block(const std::vector<Token>& tokens, int count = -1) {
   std::vector<uint8_t> mainW(282, 0);
   for (const Token& t : tokens) mainW[t.main] = 4;
   if (tokens.size() < 2) mainW[tokens.empty() || tokens[0].main != 0 ? 0 : 1] = 4;
-  const auto lengthW = Widths(256, {{0, 1}, {1, 1}});
+  auto lengthW = Widths(256, {{0, 4}, {1, 4}});
+  for (const Token& t : tokens) {
+    if (t.length >= 0) lengthW.at(static_cast<size_t>(t.length)) = 4;
+  }
   StreamWriter w;
   w.PutCodeWidths(mainW);
   w.PutCodeWidths(lengthW);
@@ -219,6 +222,18 @@ TEST_F(StreamTest, SolidFilesReachIntoEarlierOutputOnly) {
   EXPECT_EQ(Text(near), "cdx");
   EXPECT_EQ(acetest::DecodeFile(small, Block({New(8, 0), Lit('x')}), 3, true).status,
             DecodeStatus::kDistanceTooFar);
+}
+
+// The file ends a few bytes after the chunk end: a match running past the chunk end may still
+// not pass the file's end.
+TEST_F(StreamTest, MatchAcrossChunkEndStopsAtTheFileEnd) {
+  Lz77Decoder small;
+  ASSERT_EQ(small.Init(64, 4), DecodeStatus::kOk);
+  const Bytes packed = Block({Lit('a'), New(0, 8)});  // 'a' then 10 more
+  EXPECT_EQ(acetest::DecodeFile(small, packed, 6).status, DecodeStatus::kSizeOverrun);
+  auto r = acetest::DecodeFile(small, packed, 11);
+  ASSERT_EQ(r.status, DecodeStatus::kOk);
+  EXPECT_EQ(Text(r), "aaaaaaaaaaa");
 }
 
 TEST_F(StreamTest, CompleteFileReportsEmptyChunks) {

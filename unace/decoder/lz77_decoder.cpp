@@ -87,8 +87,8 @@ DecodeStatus Lz77Decoder::Decode(const uint8_t** data, size_t* size) {
   uint8_t* const base = window_.get();
   uint8_t* const start = base + pos_;
   uint8_t* const soft = start + want;  // the loop stops once this is reached
-  // No match may pass the file's end; before that, a match may pass the chunk end.
-  uint8_t* const hard = remaining_ <= chunk_ ? soft : soft + kMaxMatch;
+  // A match may pass the chunk end, but not the file's end.
+  uint8_t* const hard = start + std::min<uint64_t>(remaining_, want + kMaxMatch);
   const uint8_t* const runStart = base + runStart_;
   const size_t history = history_;
   const uint16_t* const mainTable = mainTable_;
