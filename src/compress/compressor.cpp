@@ -37,16 +37,24 @@ int DictionaryCodeForKB(int32_t dictionaryKB) {
 
 // ---- shared paths ----
 
+// Reads until `count` bytes have arrived or the source ends: the engines take
+// a short block for the end of the input, so a source that delivers in pieces
+// must give the same data as one that fills every request.
 int32_t ReadInput(CompressorCore& core, uint8_t* destination, int32_t count) {
-  if (count <= 0 || core.io.read == nullptr) return 0;
-  const int32_t n = core.io.read(core.io.readContext, destination, count);
-  if (n < 0) {
-    core.status = kCompressReadFailed;
-    return 0;
+  if (core.io.read == nullptr) return 0;
+  int32_t total = 0;
+  while (total < count) {
+    const int32_t n = core.io.read(core.io.readContext, destination + total, count - total);
+    if (n < 0) {
+      core.status = kCompressReadFailed;
+      return 0;
+    }
+    if (n == 0) break;
+    core.crc = Crc32Update(core.crc, destination + total, static_cast<size_t>(n));
+    core.bytesRead += static_cast<uint32_t>(n);
+    total += n;
   }
-  if (n > 0) core.crc = Crc32Update(core.crc, destination, static_cast<size_t>(n));
-  core.bytesRead += static_cast<uint32_t>(n);
-  return n;
+  return total;
 }
 
 void FlushOutput(CompressorCore& core, uint32_t count) {

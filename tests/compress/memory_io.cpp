@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <random>
 #include <sstream>
 
 namespace acetest {
@@ -77,6 +78,34 @@ std::vector<PackResult> PackSolid(const std::vector<Bytes>& inputs, int32_t dict
     results.push_back(std::move(r));
   }
   return results;
+}
+
+Bytes TextBytes(size_t size, uint32_t seed) {
+  static const char* const kWords[] = {
+      "the",   "of",     "and",   "a",      "to",     "in",     "is",      "you",
+      "that",  "it",     "he",    "was",    "for",    "on",     "are",     "as",
+      "with",  "his",    "they",  "at",     "be",     "this",   "have",    "from",
+      "or",    "one",    "had",   "by",     "word",   "but",    "not",     "what",
+      "all",   "were",   "we",    "when",   "your",   "can",    "said",    "there",
+      "queen", "rabbit", "alice", "garden", "looked", "little", "thought", "door"};
+  std::mt19937 gen(seed);
+  Bytes out;
+  out.reserve(size + 16);
+  size_t line = 0;
+  while (out.size() < size) {
+    const char* w = kWords[gen() % (sizeof kWords / sizeof kWords[0])];
+    while (*w) out.push_back(static_cast<uint8_t>(*w++));
+    line += 6;
+    if (gen() % 9 == 0) out.push_back(',');
+    if (line > 70) {
+      out.push_back('\n');
+      line = 0;
+    } else {
+      out.push_back(' ');
+    }
+  }
+  out.resize(size);
+  return out;
 }
 
 std::string FirstDifference(const Bytes& expected, const Bytes& actual) {

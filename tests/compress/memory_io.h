@@ -53,6 +53,9 @@ PackResult Pack(const Bytes& input, int32_t dictionaryKB, int32_t level);
 std::vector<PackResult> PackSolid(const std::vector<Bytes>& inputs, int32_t dictionaryKB,
                                   int32_t level);
 
+// Pseudo-text: words of a small vocabulary in sentences and lines.
+Bytes TextBytes(size_t size, uint32_t seed);
+
 // Hex of the first difference between two byte strings, or "" when equal.
 std::string FirstDifference(const Bytes& expected, const Bytes& actual);
 
