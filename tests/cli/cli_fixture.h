@@ -26,6 +26,13 @@ namespace clitest {
 // A name with a character outside ASCII that the archive's code page holds.
 inline const std::string kAccentedName = "na\xC3\xAFve caf\xC3\xA9.txt";
 
+// The golden archive made by an independent writer: docs\alice29.txt,
+// docs\empty.txt, the folder docs\sub, data\lcg8k (stored), data\pattern60k
+// and short.txt (stored).
+std::filesystem::path GoldenArchive();
+// Where its files came from.
+std::filesystem::path GoldenSource(const std::string& name);
+
 // Builds `root`/tree: text files in nested folders, an incompressible file, an
 // empty file, an empty folder, a name with accents and a read-only file.
 // Returns the relative names ("tree/src/main.c"; folders end in "/").
