@@ -17,6 +17,16 @@ std::string DisplayName(const char* storedName) {
   return name;
 }
 
+std::string DisplayPath(const char* path) {
+  std::string shown;
+  for (const char* p = path; *p != '\0'; ++p) {
+    char c = *p == '\\' ? '/' : *p;
+    if (c == '/' && !shown.empty() && shown.back() == '/') continue;
+    shown.push_back(c);
+  }
+  return shown;
+}
+
 std::string FormatDosTime(uint32_t dosTime, bool iso) {
   unsigned time = dosTime & 0xFFFFu;
   unsigned date = dosTime >> 16;

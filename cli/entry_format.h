@@ -13,6 +13,10 @@ uint64_t ToUInt64(AceUInt64 value);
 // A stored name as the user sees it: "/" between directories.
 std::string DisplayName(const char* storedName);
 
+// A path on disk as the plug-in built it ("out/\docs\a.txt") as the user
+// would write it ("out/docs/a.txt").
+std::string DisplayPath(const char* path);
+
 // DOS stamp (time word low, date word high) as "1996-09-01 00:00:00"; with
 // `iso` as "1996-09-01T00:00:00".
 std::string FormatDosTime(uint32_t dosTime, bool iso = false);

@@ -87,7 +87,7 @@ int32_t OnFileName(AceContext context, const char* path, const char* shownName) 
   switch (host->operation) {
     case Operation::Extract:
       host->currentEntry = WithoutLeadingBackslash(path);
-      host->currentOutput = DisplayName(shownName ? shownName : "");
+      host->currentOutput = DisplayPath(shownName ? shownName : "");
       host->processed.insert(host->currentEntry);
       host->progress.StartFile(host->currentEntry);
       break;
@@ -103,7 +103,7 @@ int32_t OnFileName(AceContext context, const char* path, const char* shownName) 
 
 int32_t OnSkipFile(AceContext context, const char* path) {
   HostContext* host = From(context);
-  std::string name = path ? path : "";
+  std::string name = DisplayPath(path ? path : "");
   if (host->answers.canAsk && !host->answers.yesToAll) {
     host->progress.Clear();
     std::optional<char> choice = AskChoice("Cannot read " + name + ". [s]kip it or [q]uit? ",
