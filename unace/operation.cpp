@@ -29,6 +29,11 @@ std::string AnsiName(const std::string& oem) {
   return name;
 }
 
+// Entries whose output the decoder's history holds for the entries after them.
+bool CarriesHistory(const EntryHeader& entry) {
+  return entry.Method == kMethodLz77 && !entry.IsDirectory() && entry.OrigSize > 0;
+}
+
 std::string BaseNameOf(const std::string& name) {
   const size_t sep = name.find_last_of("\\/");
   return sep == std::string::npos ? name : name.substr(sep + 1);
@@ -339,7 +344,8 @@ bool Operation::Unpack(const EntryHeader& entry, bool selected, OutputFile* out)
       if (!Deliver(buffer.data(), static_cast<size_t>(got), selected)) return false;
       left -= static_cast<uint32_t>(got);
     }
-  } else {
+  } else if (entry.OrigSize > 0) {
+    // Empty entries leave the decoder alone: starting one would end the history.
     if (!decoderReady_) {
       if (decoder_.Init(Lz77Decoder::kMaxDictionary) != DecodeStatus::kOk) {
         Fail(ACE_CALLBACK_TYPE_GLOBAL, ACE_CALLBACK_ERROR_MEMORY);
@@ -406,12 +412,14 @@ bool Operation::Process(const EntryHeader& entry, bool selected) {
     if (answer != ACE_CALLBACK_RETURN_OK) selected = false;
   }
   const bool historyOnly = !selected;
-  if (op == ACE_CALLBACK_OPERATION_LIST || (historyOnly && entry.Method != kMethodLz77)) {
+  if (op == ACE_CALLBACK_OPERATION_LIST || (historyOnly && !CarriesHistory(entry))) {
     return SkipContinuation(entry);
   }
 
-  const bool encrypted = (entry.Flags & kFileFlagEncrypted) != 0;
-  const bool known = entry.Method == kMethodStored ||
+  const bool encrypted = (entry.Flags & kFileFlagEncrypted) != 0 && !entry.IsDirectory();
+  // Directories and empty files have nothing to decode, whatever their method.
+  const bool known = entry.Method == kMethodStored || entry.IsDirectory() ||
+                     entry.OrigSize == 0 ||
                      (entry.Method == kMethodLz77 && entry.DictionaryCode() <= kMaxDictionaryCode);
   if (encrypted || !known) {
     if (selected && encrypted && notifier_.global.DecryptPassword != nullptr &&
@@ -433,7 +441,7 @@ bool Operation::Process(const EntryHeader& entry, bool selected) {
     const std::string target = chosen != nullptr ? chosen : "";
     if (!IsInsideDestination(destinationDir_, target)) {
       if (Fail(ACE_CALLBACK_TYPE_ARCHIVEDFILE, ACE_CALLBACK_ERROR_OPEN)) return false;
-      return entry.Method == kMethodLz77 ? Unpack(entry, false, nullptr) : SkipContinuation(entry);
+      return CarriesHistory(entry) ? Unpack(entry, false, nullptr) : SkipContinuation(entry);
     }
     if (entry.IsDirectory()) {
       if (!MakeDirectories(target) &&
@@ -467,7 +475,7 @@ bool Operation::Process(const EntryHeader& entry, bool selected) {
       out = &output;
     } else {
       // Left out; its data still feeds the history of the entries after it.
-      return entry.Method == kMethodLz77 ? Unpack(entry, false, nullptr) : SkipContinuation(entry);
+      return CarriesHistory(entry) ? Unpack(entry, false, nullptr) : SkipContinuation(entry);
     }
   } else if (entry.IsDirectory() && entry.PackSize == 0) {
     return SkipContinuation(entry);
@@ -510,7 +518,7 @@ int Operation::Run() {
     for (size_t i = entries.size(); i-- > 0;) {
       const EntryHeader& e = entries[i];
       selected[i] = Selected(e);
-      if (e.Method == kMethodLz77 && request_.operation != ACE_CALLBACK_OPERATION_LIST) {
+      if (CarriesHistory(e) && request_.operation != ACE_CALLBACK_OPERATION_LIST) {
         needed[i] = selected[i] || historyWanted;
         historyWanted = needed[i] && (e.Flags & kFileFlagSolid) != 0;
       } else {
