@@ -7,12 +7,6 @@ using ace::SetStatus;
 
 extern "C" {
 
-ACEPLUG_API void ACEPLUG_CALL TestArc(void) { SetStatus(AR_NOT_SUPPORTED); }
-
-ACEPLUG_API void ACEPLUG_CALL ExtractFileMaskListArc(const FileMaskList*) {
-  SetStatus(AR_NOT_SUPPORTED);
-}
-
 ACEPLUG_API void ACEPLUG_CALL CompressFileMaskListArc(FileMaskList*) {
   SetStatus(AR_NOT_SUPPORTED);
 }
