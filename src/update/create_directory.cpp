@@ -20,12 +20,17 @@ namespace ace {
 
 bool IsAcceptableDirectoryName(const char* name) {
   if (name[0] == '\0') return true;
+  // "\\" separates levels ("sub\\new", "new\\" with its trailing backslash)
+  // and is accepted; every other forbidden character is refused after the
+  // first position.
   for (const char* p = name + 1; *p != '\0'; ++p) {
-    if (std::strchr("?*><:\"/|\\", *p) != nullptr) return false;
+    if (std::strchr("?*><:\"/|", *p) != nullptr) return false;
   }
   // The final part without directories and extension must not be a device.
+  char trimmed[kPathBuffer];
+  StripTrailingBackslash(name, trimmed);
   char base[kPathBuffer];
-  SplitPath(name, nullptr, nullptr, base, nullptr);
+  SplitPath(trimmed, nullptr, nullptr, base, nullptr);
   char upper[2048];
   UpperCopy(base, upper);
   for (const char* device : {"AUX", "CON", "PRN"}) {
