@@ -3,8 +3,8 @@
 
 namespace ace {
 
-// Refuses a forbidden character after the first ("?*><:\"/|\\") and a final
-// part that names a device (AUX, CON, PRN, with any extension, any case).
+// Refuses a forbidden character after the first ("?*><:\"/|"; "\\" separates
+// levels) and a final part that names a device (AUX, CON, PRN, with any extension, any case).
 bool IsAcceptableDirectoryName(const char* name);
 
 }  // namespace ace
