@@ -42,7 +42,7 @@ std::vector<Row> ReadRows() {
 
 // Small files are kept in the repository; the rest come from the shared folder.
 Bytes LoadVector(const std::string& relative) {
-  auto local = acetest::TestDataDir() / "vectors" / std::filesystem::path(relative).filename();
+  auto local = acetest::TestDataDir() / "vectors" / relative;
   if (std::filesystem::exists(local)) return acetest::ReadFileBytes(local);
   return acetest::ReadFileBytes(VectorsDir() / relative);
 }

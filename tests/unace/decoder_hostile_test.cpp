@@ -3,6 +3,8 @@
 // these under AddressSanitizer and UndefinedBehaviorSanitizer.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include <random>
 
 #include "unace/decoder_support.h"
@@ -13,8 +15,11 @@ using acetest::Bytes;
 using ace::DecodeStatus;
 using ace::Lz77Decoder;
 
+// A small golden file by name: packed data under packed/, inputs under inputs/.
 Bytes Vector(const std::string& name) {
-  return acetest::ReadFileBytes(acetest::TestDataDir() / "vectors" / name);
+  const auto dir = acetest::TestDataDir() / "vectors";
+  const auto packed = dir / "packed" / name;
+  return acetest::ReadFileBytes(std::filesystem::exists(packed) ? packed : dir / "inputs" / name);
 }
 
 class HostileTest : public ::testing::Test {
