@@ -25,6 +25,7 @@ ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) 
   HostContext context(Operation::Extract, AnswersFrom(common), progress);
   InterruptGuard interrupts;
   std::vector<EntryRecord> entries;
+  std::vector<fs::path> flatFolders;  // made for directory entries by `e`; removed again
   uint16_t status;
   {
     ArchiveSession session = ArchiveSession::Open(options.archive);
@@ -65,7 +66,11 @@ ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) 
       return kExitFailed;
     }
     uint64_t total = 0;
-    for (const EntryRecord& entry : entries) total += entry.size;
+    for (const EntryRecord& entry : entries) {
+      total += entry.size;
+      fs::path flat = OutputPathOf(options.outputDir, entry.stored, false);
+      if (entry.directory && !options.restorePaths && !fs::exists(flat, ec)) flatFolders.push_back(flat);
+    }
 
     RegisterCallbacks(context);
     DecompOptions decomp{};
@@ -79,6 +84,12 @@ ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) 
     progress.Clear();
   }
 
+  // Without paths a directory entry is no more than a name; the library still
+  // makes a folder of that name, which the host takes away again.
+  for (const fs::path& folder : flatFolders) {
+    std::error_code ec;
+    if (fs::is_directory(folder, ec) && fs::is_empty(folder, ec)) fs::remove(folder, ec);
+  }
   // Empty directories have no file to make them; the host makes them.
   if (status == AR_OK && options.restorePaths) {
     for (const EntryRecord& entry : entries) {

@@ -102,7 +102,7 @@ std::vector<std::string> FindMismatches(const fs::path& root,
     if (only != nullptr && !only->count(entry.name)) continue;
     std::optional<FileCheck> check = CheckFile(OutputPathOf(root, entry.stored, restorePaths));
     if (!check) {
-      bad.push_back(entry.name + ": not extracted");
+      bad.push_back(entry.name + ": damaged data, not extracted");
     } else if (check->size != entry.size) {
       bad.push_back(entry.name + ": size " + std::to_string(check->size) + " instead of " +
                     std::to_string(entry.size));

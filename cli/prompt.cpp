@@ -59,11 +59,11 @@ class EchoOff {
       termios quiet = saved_;
       quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
       quiet.c_lflag |= ECHONL;
-      active_ = tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet) == 0;
+      active_ = tcsetattr(STDIN_FILENO, TCSANOW, &quiet) == 0;
     }
   }
   ~EchoOff() {
-    if (active_) tcsetattr(STDIN_FILENO, TCSAFLUSH, &saved_);
+    if (active_) tcsetattr(STDIN_FILENO, TCSANOW, &saved_);
   }
   EchoOff(const EchoOff&) = delete;
   EchoOff& operator=(const EchoOff&) = delete;
@@ -104,10 +104,12 @@ std::optional<std::string> AskLine(const std::string& question) {
 }
 
 std::optional<std::string> AskSecret(const std::string& question) {
-  WriteAll(STDERR_FILENO, question);
   std::optional<std::string> line;
   {
+    // Echo goes off before the question shows, so that nothing typed at once
+    // is echoed or lost.
     EchoOff echoOff;
+    WriteAll(STDERR_FILENO, question);
     line = ReadLine();
   }
   if (!line) WriteAll(STDERR_FILENO, "\n");
