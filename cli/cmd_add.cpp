@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <set>
 
 #include "commands.h"
 #include "entry_format.h"
@@ -50,10 +51,44 @@ std::string NormalizePrefix(std::string& prefix) {
   return {};
 }
 
-void PrintSummary(const std::string& archive) {
+// The name an item gets in the archive, as the listing gives it back.
+std::string StoredName(const ScanItem& item, const std::string& prefix, bool keepPaths) {
+  std::string name = item.name;
+  if (!keepPaths) name = fs::path(name).filename().string();
+  for (char& c : name) {
+    if (c == '/') c = '\\';
+  }
+  return prefix.empty() ? name : prefix + "\\" + name;
+}
+
+// Reads the archive back: every added name must be there as it was meant
+// (a character that the archive's code page lacks changes it), and the
+// summary is printed unless quiet.
+void CheckAndSummarize(HostContext& context, const std::string& archive,
+                       const std::vector<ScanItem>& items, const std::string& prefix,
+                       bool keepPaths, bool quiet) {
   ArchiveSession session = ArchiveSession::Open(archive);
+  if (session.status() != AR_OK) return;
+  MaskList all;
+  EntryList list;
+  BuildArcFileList(list.get(), all.get());
+  if (GetArchiveStatus() != AR_OK) return;
+  std::set<std::string> stored;
+  for (const ArcFileEntry* e : list.entries()) {
+    std::string name = e->Name;
+    if (!name.empty() && name.back() == '\\') name.pop_back();
+    stored.insert(name);
+  }
+  for (const ScanItem& item : items) {
+    std::string name = StoredName(item, prefix, keepPaths);
+    if (!stored.count(name)) {
+      Warn(context, DisplayName(name.c_str()) +
+                        " is stored under another name: the archive's code page lacks some of "
+                        "its characters");
+    }
+  }
   ArcInfo info{};
-  if (session.status() != AR_OK || !ReadSummary(info)) return;
+  if (quiet || !ReadSummary(info)) return;
   uint64_t size = ToUInt64(info.UnpackedTotal);
   uint64_t packed = ToUInt64(info.PackedTotal);
   std::printf("%s: %u files, %llu bytes packed to %llu bytes (%u%%)%s\n", archive.c_str(),
@@ -81,6 +116,12 @@ ExitCode RunAdd(const AddOptions& options, const CommonOptions& common) {
   bool exists = fs::exists(options.archive, ec);
   if (exists && fs::is_directory(options.archive, ec)) {
     ReportError(progress, options.archive + " is a directory");
+    return kExitFailed;
+  }
+  fs::path folder = fs::path(options.archive).parent_path();
+  if (!folder.empty() && !fs::is_directory(folder, ec)) {
+    ReportError(progress, "cannot create " + options.archive + ": the folder " + folder.string() +
+                              " does not exist");
     return kExitFailed;
   }
 
@@ -129,15 +170,16 @@ ExitCode RunAdd(const AddOptions& options, const CommonOptions& common) {
         return ExitCodeForStatus(GetArchiveStatus());
       }
     }
-    progress.Begin(exists ? "updating" : "adding", scan.totalBytes);
+    progress.Begin("adding", scan.totalBytes);
     CompressFileMaskListArc(files.get());
     status = GetArchiveStatus();
     progress.Clear();
   }
-  ExitCode code = FinishOperation(
-      context, (exists ? "adding to " : "creating ") + options.archive, status);
-  if (status == AR_OK && progress.mode() != OutputMode::Quiet) PrintSummary(options.archive);
-  return code;
+  if (status == AR_OK) {
+    CheckAndSummarize(context, options.archive, scan.items, prefix, !options.excludePaths,
+                      progress.mode() == OutputMode::Quiet);
+  }
+  return FinishOperation(context, (exists ? "adding to " : "creating ") + options.archive, status);
 }
 
 }  // namespace acearc

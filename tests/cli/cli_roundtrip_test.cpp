@@ -181,6 +181,25 @@ TEST(CliAdd, NamesTheArchiveCannotHoldAreLeftOutWithAWarning) {
   EXPECT_EQ(EntryNames(ListJson(dir.path() / "n.ace")), std::vector<std::string>{"fine.txt"});
 }
 
+TEST(CliAdd, ANameTheCodePageCannotHoldIsAddedWithAWarning) {
+  acetest::TempDir dir;
+  acetest::WriteFileText(dir.path() / "\xE6\x97\xA5\xE6\x9C\xAC.txt", "kanji");  // not in CP437
+  acetest::WriteFileText(dir.path() / "plain.txt", "plain");
+  RunResult made = RunAcearc({"a", "k.ace", "\xE6\x97\xA5\xE6\x9C\xAC.txt", "plain.txt"}, dir.path());
+  SKIP_IF_NOT_LANDED(made, "creating archives");
+  EXPECT_EQ(made.exitCode, 1) << made.err;
+  EXPECT_NE(made.err.find("is stored under another name"), std::string::npos) << made.err;
+  EXPECT_EQ(EntryNames(ListJson(dir.path() / "k.ace")).size(), 2u);
+}
+
+TEST(CliAdd, AMissingFolderForTheArchiveIsNamed) {
+  acetest::TempDir dir;
+  acetest::WriteFileText(dir.path() / "plain.txt", "plain");
+  RunResult made = RunAcearc({"a", "nowhere/k.ace", "plain.txt"}, dir.path());
+  EXPECT_EQ(made.exitCode, 2) << made.err;
+  EXPECT_NE(made.err.find("the folder nowhere does not exist"), std::string::npos) << made.err;
+}
+
 TEST(CliExtract, WithoutPathsEveryFileLandsInTheOutputFolder) {
   acetest::TempDir dir;
   CREATE_OR_SKIP(dir, "s.ace", "tree");
