@@ -104,7 +104,7 @@ std::string ProgressDisplay::BarText(size_t width, double seconds) const {
   char head[16];
   std::snprintf(head, sizeof head, "%3d%%", percent);
   std::string text = head;
-  if (width >= 70) {
+  if (width >= 100) {
     constexpr size_t kBarWidth = 20;
     size_t filled = kBarWidth * static_cast<size_t>(percent) / 100;
     text += " [" + std::string(filled, '#') + std::string(kBarWidth - filled, '.') + "]";
