@@ -91,8 +91,8 @@ void CheckAndSummarize(HostContext& context, const std::string& archive,
   if (quiet || !ReadSummary(info)) return;
   uint64_t size = ToUInt64(info.UnpackedTotal);
   uint64_t packed = ToUInt64(info.PackedTotal);
-  std::printf("%s: %u files, %llu bytes packed to %llu bytes (%u%%)%s\n", archive.c_str(),
-              info.FileCount, static_cast<unsigned long long>(size),
+  std::printf("%s: %s, %llu bytes packed to %llu bytes (%u%%)%s\n", archive.c_str(),
+              CountOf(info.FileCount, "file", "files").c_str(), static_cast<unsigned long long>(size),
               static_cast<unsigned long long>(packed), RatioPercent(packed, size),
               info.Solid ? ", solid" : "");
 }

@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "commands.h"
+#include "entry_format.h"
 #include "interrupt.h"
 #include "plugin_session.h"
 #include "status_text.h"
@@ -47,7 +48,8 @@ ExitCode RunDelete(const DeleteOptions& options, const CommonOptions& common) {
   }
   ExitCode code = FinishOperation(context, "deleting from " + options.archive, status);
   if (status == AR_OK && progress.mode() != OutputMode::Quiet) {
-    std::printf("%s: %zu entries deleted\n", options.archive.c_str(), selected);
+    std::printf("%s: %s deleted\n", options.archive.c_str(),
+                CountOf(selected, "entry", "entries").c_str());
   }
   return code;
 }

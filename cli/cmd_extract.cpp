@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "commands.h"
+#include "entry_format.h"
 #include "entry_check.h"
 #include "interrupt.h"
 #include "status_text.h"
@@ -110,7 +111,8 @@ ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) 
       files += !entry.directory && context.processed.count(entry.name) &&
                !context.keptExisting.count(entry.name);
     }
-    std::printf("%s: %zu files extracted to %s\n", options.archive.c_str(), files,
+    std::printf("%s: %s extracted to %s\n", options.archive.c_str(),
+                CountOf(files, "file", "files").c_str(),
                 options.outputDir.c_str());
   }
   return code;

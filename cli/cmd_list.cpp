@@ -100,8 +100,8 @@ void PrintTable(const std::string& archive, const Listing& listing) {
     const ArcInfo& info = listing.info;
     uint64_t size = ToUInt64(info.UnpackedTotal);
     uint64_t packed = ToUInt64(info.PackedTotal);
-    std::printf("%u files, %llu bytes (%s), packed to %llu bytes (%s), ratio %u%%\n",
-                info.FileCount, static_cast<unsigned long long>(size), FormatBytes(size).c_str(),
+    std::printf("%s, %llu bytes (%s), packed to %llu bytes (%s), ratio %u%%\n",
+                CountOf(info.FileCount, "file", "files").c_str(), static_cast<unsigned long long>(size), FormatBytes(size).c_str(),
                 static_cast<unsigned long long>(packed), FormatBytes(packed).c_str(), info.Ratio);
     std::printf("solid: %s, largest dictionary: %u KB, host system: %s, version %u.%u%s\n",
                 info.Solid ? "yes" : "no", info.LargestDictionary,

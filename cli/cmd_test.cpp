@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "commands.h"
+#include "entry_format.h"
 #include "entry_check.h"
 #include "interrupt.h"
 #include "status_text.h"
@@ -75,7 +76,8 @@ ExitCode RunTest(const std::string& archive, const CommonOptions& common) {
   if (status == AR_OK && progress.mode() != OutputMode::Quiet) {
     size_t files = 0;
     for (const EntryRecord& entry : entries) files += !entry.directory;
-    std::printf("%s: OK, %zu files, %llu bytes tested\n", archive.c_str(), files,
+    std::printf("%s: OK, %s, %llu bytes tested\n", archive.c_str(),
+                CountOf(files, "file", "files").c_str(),
                 static_cast<unsigned long long>(total));
   }
   return code;

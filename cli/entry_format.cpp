@@ -99,6 +99,10 @@ std::string HostSystemName(uint32_t host) {
   }
 }
 
+std::string CountOf(uint64_t count, const char* singular, const char* plural) {
+  return std::to_string(count) + " " + (count == 1 ? singular : plural);
+}
+
 std::string FormatBytes(uint64_t bytes) {
   constexpr const char* kUnits[] = {"KiB", "MiB", "GiB", "TiB"};
   if (bytes < 1024) return std::to_string(bytes) + " B";

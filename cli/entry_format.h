@@ -36,6 +36,9 @@ std::string MethodName(uint32_t method);
 // The host system's name for the summary's host number.
 std::string HostSystemName(uint32_t host);
 
+// "1 file", "2 files".
+std::string CountOf(uint64_t count, const char* singular, const char* plural);
+
 // 1536 -> "1.5 KiB".
 std::string FormatBytes(uint64_t bytes);
 

@@ -1,5 +1,7 @@
 #include "file_scan.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <set>
 #include <system_error>
@@ -72,6 +74,12 @@ struct Walker {
       }
     }
     if (fs::is_regular_file(target)) {
+      // A file the plug-in cannot open would end the whole operation; leave
+      // it out here with a warning instead.
+      if (access(full.c_str(), R_OK) != 0) {
+        result.warnings.push_back("left out " + full.string() + ": it cannot be read");
+        return;
+      }
       uint64_t size = fs::file_size(full, ec);
       Add(full, name, false, ec ? 0 : size);
       return;

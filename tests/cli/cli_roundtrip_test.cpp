@@ -2,6 +2,7 @@
 // with its folders, empty files, accents, read-only flag and times, for every
 // level, dictionary and solid setting.
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 
@@ -190,6 +191,19 @@ TEST(CliAdd, ANameTheCodePageCannotHoldIsAddedWithAWarning) {
   EXPECT_EQ(made.exitCode, 1) << made.err;
   EXPECT_NE(made.err.find("is stored under another name"), std::string::npos) << made.err;
   EXPECT_EQ(EntryNames(ListJson(dir.path() / "k.ace")).size(), 2u);
+}
+
+TEST(CliAdd, AnUnreadableFileIsLeftOutNotFatal) {
+  if (geteuid() == 0) GTEST_SKIP() << "root reads every file";
+  acetest::TempDir dir;
+  acetest::WriteFileText(dir.path() / "secret.txt", "secret");
+  acetest::WriteFileText(dir.path() / "plain.txt", "plain");
+  fs::permissions(dir.path() / "secret.txt", fs::perms::none);
+  RunResult made = RunAcearc({"a", "u.ace", "secret.txt", "plain.txt"}, dir.path());
+  SKIP_IF_NOT_LANDED(made, "creating archives");
+  EXPECT_EQ(made.exitCode, 1) << made.err;
+  EXPECT_NE(made.err.find("secret.txt: it cannot be read"), std::string::npos) << made.err;
+  EXPECT_EQ(EntryNames(ListJson(dir.path() / "u.ace")), std::vector<std::string>{"plain.txt"});
 }
 
 TEST(CliAdd, AMissingFolderForTheArchiveIsNamed) {

@@ -58,6 +58,20 @@ TEST_F(CliTerminal, NeverKeepsEveryExistingFile) {
   EXPECT_EQ(Text(Path("out/short.txt")), "edited");
 }
 
+TEST_F(CliTerminal, ReplacingAnEntryIsAskedWhenAdding) {
+  acetest::WriteFileText(Path("short.txt"), "a newer short.txt");
+  TerminalSession session({"a", "s.ace", "short.txt"}, dir_.path());
+  ASSERT_TRUE(session.WaitFor("Replace it with the file on disk")) << session.screen();
+  EXPECT_NE(session.screen().find("The archive holds short.txt (23 bytes"), std::string::npos)
+      << session.screen();
+  session.Type("y\n");
+  EXPECT_EQ(session.Finish(), 0) << session.screen();
+  const Json listing = ListJson(Path("s.ace"));
+  const Json* entry = FindEntry(listing, "short.txt");
+  ASSERT_NE(entry, nullptr);
+  EXPECT_EQ((*entry)["size"].u64(), 17u);
+}
+
 TEST_F(CliTerminal, PasswordIsAskedWithoutEcho) {
   Json listing = ListJson(Path("s.ace"));
   const Json* entry = FindEntry(listing, "short.txt");
