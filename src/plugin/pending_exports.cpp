@@ -7,16 +7,6 @@ using ace::SetStatus;
 
 extern "C" {
 
-ACEPLUG_API void ACEPLUG_CALL BuildArcFileList(ArcFileList*, const FileMaskList*) {
-  SetStatus(AR_NOT_SUPPORTED);
-}
-
-ACEPLUG_API void ACEPLUG_CALL GetExtraInfoArc(ArcInfo*) { SetStatus(AR_NOT_SUPPORTED); }
-
-ACEPLUG_API void ACEPLUG_CALL GetMainCommentArc(MainCommentInfo*) {
-  SetStatus(AR_NOT_SUPPORTED);
-}
-
 ACEPLUG_API void ACEPLUG_CALL TestArc(void) { SetStatus(AR_NOT_SUPPORTED); }
 
 ACEPLUG_API void ACEPLUG_CALL ExtractFileMaskListArc(const FileMaskList*) {
