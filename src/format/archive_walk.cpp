@@ -160,8 +160,8 @@ int WalkArchive(ArcFileList* list, const FileMaskList* masks) {
   while (ReadNextHeader(&staging, name)) {
     // The mask test compares upper-cased copies itself; other headers than
     // file headers are always kept.
-    const bool keep = staging.HeaderType != 1 || masks == nullptr ||
-                      MatchesMaskList(name, masks) != 0;
+    const bool keep =
+        staging.HeaderType != 1 || masks == nullptr || MatchesMaskList(name, masks) != 0;
     if (keep) {
       ArcFileEntry* entry = NewArcFileEntry();
       if (entry == nullptr) {

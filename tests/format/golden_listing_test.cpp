@@ -53,7 +53,8 @@ std::map<std::string, ExpectedArchive> ReadListing(const std::filesystem::path& 
     }
     if (entry != nullptr && line.find("    ") == 0) {
       // JSON escapes a backslash as two.
-      for (size_t at = value.find("\\\\"); at != std::string::npos; at = value.find("\\\\", at + 1)) {
+      for (size_t at = value.find("\\\\"); at != std::string::npos;
+           at = value.find("\\\\", at + 1)) {
         value.erase(at, 1);
       }
       entry->fields[key] = value;
@@ -73,7 +74,9 @@ std::string DosStampText(uint32_t stamp) {
   return text;
 }
 
-uint32_t Hex(const std::string& text) { return static_cast<uint32_t>(std::stoul(text, nullptr, 16)); }
+uint32_t Hex(const std::string& text) {
+  return static_cast<uint32_t>(std::stoul(text, nullptr, 16));
+}
 uint32_t Dec(const std::string& text) { return static_cast<uint32_t>(std::stoul(text)); }
 
 TEST(GoldenArchives, ListExactlyAsDescribed) {
@@ -87,7 +90,8 @@ TEST(GoldenArchives, ListExactlyAsDescribed) {
     ASSERT_EQ(GetArchiveStatus(), AR_OK);
     const bool solid = want.fields.at("solid") == "true";
     EXPECT_EQ(ace::State().IsSolid, solid ? 1 : 0);
-    EXPECT_EQ(ace::State().SolidDictionaryKB, solid ? static_cast<int32_t>(Dec(want.fields.at("dict_kb"))) : 0);
+    EXPECT_EQ(ace::State().SolidDictionaryKB,
+              solid ? static_cast<int32_t>(Dec(want.fields.at("dict_kb"))) : 0);
 
     FileMaskList masks;
     InitFileMaskList(&masks);

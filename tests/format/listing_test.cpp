@@ -12,6 +12,7 @@
 #include "format/arc_info.h"
 #include "format/archive_builder.h"
 #include "format/comment_encoder.h"
+#include "platform/fault_injection.h"
 #include "plugin/state.h"
 #include "support/test_support.h"
 
@@ -67,7 +68,8 @@ class Listing : public ::testing::Test {
     uint32_t count = 0;
     for (const ArcFileEntry* e = list.First; e != nullptr; e = e->Next, ++count) {
       Entry copy{*e, e->Name, ""};
-      if (e->Comment != nullptr) copy.comment.assign(e->Comment, static_cast<size_t>(e->CommentLength));
+      if (e->Comment != nullptr)
+        copy.comment.assign(e->Comment, static_cast<size_t>(e->CommentLength));
       copy.raw.Next = nullptr;
       copy.raw.Comment = nullptr;
       out.entries.push_back(copy);
@@ -145,6 +147,43 @@ TEST_F(Listing, UnrecognisedFiles) {
   EXPECT_EQ(OpenPath(dir_ / "missing.ace"), AR_FILE_NOT_FOUND);
   EXPECT_EQ(ace::State().IsNewArchive, 1);
   EXPECT_EQ(OpenPath(dir_.str()), AR_FILE_NOT_FOUND);
+}
+
+TEST_F(Listing, FailingFileAccessLeavesItsCode) {
+  using platform::faults::Arm;
+  using platform::faults::Kind;
+  const Bytes archive = TwoFiles().bytes();
+  const struct {
+    const char* what;
+    Kind kind;
+    int64_t nth;
+    uint16_t status;
+    bool recorded;
+  } cases[] = {
+      {"open", Kind::Open, 1, AR_IO_ERROR, false},
+      {"main-header read", Kind::Read, 1, AR_NOT_ACE, false},
+      {"first-header read", Kind::Read, 2, AR_IO_ERROR, true},
+      {"first-header seek", Kind::Seek, 2, AR_IO_ERROR, true},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    acetest::WriteFileBytes(dir_ / "f.ace", archive);
+    platform::faults::Reset();
+    Arm(c.kind, c.nth);
+    InitArcFile((dir_ / "f.ace").c_str());
+    platform::faults::Reset();
+    EXPECT_EQ(GetArchiveStatus(), c.status);
+    EXPECT_EQ(ace::State().ArchivePath[0] != '\0', c.recorded);
+    EXPECT_EQ(ace::State().ArchiveModule, nullptr);
+    DoneArcFile();
+  }
+  // A walk that cannot open the archive.
+  ASSERT_EQ(Open(archive), AR_OK);
+  Arm(Kind::Open, 1);
+  const Listed l = List();
+  platform::faults::Reset();
+  EXPECT_EQ(l.status, AR_IO_ERROR);
+  EXPECT_TRUE(l.entries.empty());
 }
 
 TEST_F(Listing, LockedArchiveListsNormally) {
@@ -236,8 +275,10 @@ TEST_F(Listing, FileEntryFields) {
 
 TEST_F(Listing, DirectoryEntriesEndWithABackslash) {
   ArchiveBuilder b;
-  b.Main().File({.name = "A.TXT"}).File({.name = "DIR", .attr = 0x30}).File(
-      {.name = "OLD\\", .attr = 0x10});
+  b.Main()
+      .File({.name = "A.TXT"})
+      .File({.name = "DIR", .attr = 0x30})
+      .File({.name = "OLD\\", .attr = 0x10});
   ASSERT_EQ(Open(b.bytes()), AR_OK);
   Listed l = List();
   ASSERT_EQ(l.entries.size(), 3u);
@@ -254,10 +295,16 @@ TEST_F(Listing, DirectoryEntriesEndWithABackslash) {
 
 TEST_F(Listing, NamesAreConvertedFromCodePage437) {
   ArchiveBuilder b;
-  b.Main().File({.name = "\x84rger.txt"}).File({.name = "M\x81SLI\\\x9A" "BER", .attr = 0x10});
+  b.Main()
+      .File({.name = "\x84rger.txt"})
+      .File({.name = "M\x81SLI\\\x9A"
+                     "BER",
+             .attr = 0x10});
   ASSERT_EQ(Open(b.bytes()), AR_OK);
   const Listed l = List();
-  EXPECT_EQ(l.names(), (std::vector<std::string>{"\xC3\xA4rger.txt", "M\xC3\xBCSLI\\\xC3\x9C" "BER\\"}));
+  EXPECT_EQ(l.names(), (std::vector<std::string>{"\xC3\xA4rger.txt",
+                                                 "M\xC3\xBCSLI\\\xC3\x9C"
+                                                 "BER\\"}));
   EXPECT_EQ(l.entries[0].raw.NameLength, 9u);
   EXPECT_EQ(List({"\xC3\x84RGER.TXT"}).entries.size(), 1u);  // matched upper-cased
 }
@@ -373,10 +420,8 @@ TEST_F(Listing, TruncatedLastEntry) {
     size_t keep;
     size_t entries;
   } cases[] = {
-      {"inside the data", whole.size() - 1, 2},
-      {"inside the name", second + 38, 2},
-      {"inside the fixed fields", second + 20, 2},
-      {"inside the common part", second + 4, 1},
+      {"inside the data", whole.size() - 1, 2},       {"inside the name", second + 38, 2},
+      {"inside the fixed fields", second + 20, 2},    {"inside the common part", second + 4, 1},
       {"after HEAD_CRC's first byte", second + 1, 1},
   };
   for (const auto& c : cases) {
@@ -417,11 +462,20 @@ TEST_F(Listing, MainCommentIsDecodedForVersion10Only) {
 }
 
 TEST_F(Listing, CommentsAreConvertedUnlessTheHostIsWindows) {
-  const std::string oem = "Gr\x81\xE1" "e";  // "Grüße" in code page 437
+  const std::string oem =
+      "Gr\x81\xE1"
+      "e";  // "Grüße" in code page 437
   const struct {
     uint8_t host;
     std::string want;
-  } cases[] = {{0, "Gr\xC3\xBC\xC3\x9F" "e"}, {2, oem}, {5, oem}, {3, "Gr\xC3\xBC\xC3\x9F" "e"}};
+  } cases[] = {{0,
+                "Gr\xC3\xBC\xC3\x9F"
+                "e"},
+               {2, oem},
+               {5, oem},
+               {3,
+                "Gr\xC3\xBC\xC3\x9F"
+                "e"}};
   for (const auto& c : cases) {
     SCOPED_TRACE(int{c.host});
     ArchiveBuilder b;
