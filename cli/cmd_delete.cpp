@@ -1,0 +1,55 @@
+// acearc d: delete the entries that masks select.
+#include <cstdio>
+
+#include "commands.h"
+#include "interrupt.h"
+#include "plugin_session.h"
+#include "status_text.h"
+
+namespace acearc {
+
+ExitCode RunDelete(const DeleteOptions& options, const CommonOptions& common) {
+  ProgressDisplay progress(ChooseOutputMode(common.quiet));
+  if (std::string problem = PathProblem(options.archive); !problem.empty()) {
+    ReportError(progress, options.archive + ": " + problem);
+    return kExitFailed;
+  }
+  HostContext context(Operation::Delete, AnswersFrom(common), progress);
+  InterruptGuard interrupts;
+  uint16_t status;
+  size_t selected = 0;
+  {
+    ArchiveSession session = ArchiveSession::Open(options.archive);
+    if (ExitCode code = CheckOpened(progress, options.archive, session.status()); code != kExitOk) {
+      return code;
+    }
+    MaskList masks;
+    for (const std::string& mask : options.masks) masks.Append(mask);
+    {
+      EntryList list;
+      BuildArcFileList(list.get(), masks.get());
+      status = GetArchiveStatus();
+      for (const ArcFileEntry* e : list.entries()) selected += e->IsFile != 0;
+    }
+    if (status != AR_OK) {
+      ReportError(progress, "deleting from " + options.archive + " failed: " + DescribeStatus(status));
+      return ExitCodeForStatus(status);
+    }
+    if (selected == 0) {
+      Warn(context, "no entry of " + options.archive + " matches; nothing deleted");
+      return kExitWarning;
+    }
+    RegisterCallbacks(context);
+    progress.Begin("deleting", 0);
+    DeleteFileMaskListArc(masks.get());
+    status = GetArchiveStatus();
+    progress.Clear();
+  }
+  ExitCode code = FinishOperation(context, "deleting from " + options.archive, status);
+  if (status == AR_OK && progress.mode() != OutputMode::Quiet) {
+    std::printf("%s: %zu entries deleted\n", options.archive.c_str(), selected);
+  }
+  return code;
+}
+
+}  // namespace acearc

@@ -1,0 +1,119 @@
+// acearc x / e: extract entries with or without their directories.
+#include <cstdio>
+#include <filesystem>
+
+#include "commands.h"
+#include "entry_check.h"
+#include "interrupt.h"
+#include "status_text.h"
+
+namespace acearc {
+
+namespace fs = std::filesystem;
+
+ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) {
+  ProgressDisplay progress(ChooseOutputMode(common.quiet));
+  for (const std::string& path : {options.archive, options.outputDir}) {
+    if (std::string problem = PathProblem(path); !problem.empty()) {
+      ReportError(progress, path + ": " + problem);
+      return kExitFailed;
+    }
+  }
+  std::string output = options.outputDir;
+  if (output.back() != '/') output += '/';
+
+  HostContext context(Operation::Extract, AnswersFrom(common), progress);
+  InterruptGuard interrupts;
+  std::vector<EntryRecord> entries;
+  std::vector<fs::path> flatFolders;  // made for directory entries by `e`; removed again
+  uint16_t status;
+  {
+    ArchiveSession session = ArchiveSession::Open(options.archive);
+    if (ExitCode code = CheckOpened(progress, options.archive, session.status()); code != kExitOk) {
+      return code;
+    }
+    MaskList masks;
+    for (const std::string& mask : options.masks) masks.Append(mask);
+    if (options.masks.empty()) masks.Append("*.*");
+    {
+      EntryList list;
+      BuildArcFileList(list.get(), masks.get());
+      status = GetArchiveStatus();
+      entries = RecordsOf(list);
+    }
+    if (status != AR_OK) {
+      ReportError(progress, "extracting " + options.archive + " failed: " + DescribeStatus(status));
+      return ExitCodeForStatus(status);
+    }
+    if (entries.empty()) {
+      if (options.masks.empty()) return kExitOk;
+      Warn(context, "no entry of " + options.archive + " matches the masks");
+      return kExitWarning;
+    }
+    bool unsafe = false;
+    for (const EntryRecord& entry : entries) {
+      if (!IsSafeEntryName(entry.stored, options.restorePaths)) {
+        ReportError(progress, "refusing to extract " + entry.name + ": it would be written outside " +
+                                  options.outputDir);
+        unsafe = true;
+      }
+    }
+    if (unsafe) return kExitFailed;
+    std::error_code ec;
+    fs::create_directories(options.outputDir, ec);
+    if (ec) {
+      ReportError(progress, "cannot create " + options.outputDir + ": " + ec.message());
+      return kExitFailed;
+    }
+    uint64_t total = 0;
+    for (const EntryRecord& entry : entries) {
+      total += entry.size;
+      fs::path flat = OutputPathOf(options.outputDir, entry.stored, false);
+      if (entry.directory && !options.restorePaths && !fs::exists(flat, ec)) flatFolders.push_back(flat);
+    }
+
+    RegisterCallbacks(context);
+    DecompOptions decomp{};
+    decomp.RestorePaths = options.restorePaths ? 1 : 0;
+    SetDecompExtraFeatures(&decomp);
+    SetOutputPath(output.c_str());
+    if (context.answers.password) SetCryptKey(context.answers.password->c_str());
+    progress.Begin("extracting", total);
+    ExtractFileMaskListArc(masks.get());
+    status = GetArchiveStatus();
+    progress.Clear();
+  }
+
+  // Without paths a directory entry is no more than a name; the library still
+  // makes a folder of that name, which the host takes away again.
+  for (const fs::path& folder : flatFolders) {
+    std::error_code ec;
+    if (fs::is_directory(folder, ec) && fs::is_empty(folder, ec)) fs::remove(folder, ec);
+  }
+  // Empty directories have no file to make them; the host makes them.
+  if (status == AR_OK && options.restorePaths) {
+    for (const EntryRecord& entry : entries) {
+      std::error_code ec;
+      if (entry.directory) fs::create_directories(OutputPathOf(options.outputDir, entry.stored, true), ec);
+    }
+  }
+  if (ExitCodeForStatus(status) == kExitDamaged && context.stop == StopReason::None) {
+    std::vector<std::string> damaged = FindMismatches(options.outputDir, entries, options.restorePaths,
+                                                      context.keptExisting, &context.processed);
+    if (damaged.empty()) ReportError(progress, "the damaged entries could not be told apart");
+    for (const std::string& line : damaged) ReportError(progress, "damaged entry " + line);
+  }
+  ExitCode code = FinishOperation(context, "extracting " + options.archive, status);
+  if (status == AR_OK && progress.mode() != OutputMode::Quiet) {
+    size_t files = 0;
+    for (const EntryRecord& entry : entries) {
+      files += !entry.directory && context.processed.count(entry.name) &&
+               !context.keptExisting.count(entry.name);
+    }
+    std::printf("%s: %zu files extracted to %s\n", options.archive.c_str(), files,
+                options.outputDir.c_str());
+  }
+  return code;
+}
+
+}  // namespace acearc

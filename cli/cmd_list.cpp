@@ -1,0 +1,269 @@
+// acearc l: the entries of an archive as a table or as JSON, with the summary
+// and the main comment.
+#include <algorithm>
+#include <cstdio>
+
+#include "commands.h"
+#include "entry_format.h"
+#include "json_writer.h"
+#include "plugin_session.h"
+#include "status_text.h"
+
+namespace acearc {
+
+namespace {
+
+struct Listing {
+  std::vector<const ArcFileEntry*> entries;
+  ArcInfo info{};
+  bool hasInfo = false;
+  std::string comment;
+};
+
+size_t Columns(const std::string& text) {
+  size_t n = 0;
+  for (unsigned char c : text) n += (c & 0xC0) != 0x80;
+  return n;
+}
+
+std::string Padded(const std::string& text, size_t width) {
+  size_t columns = Columns(text);
+  return columns >= width ? text : text + std::string(width - columns, ' ');
+}
+
+std::string MethodText(const ArcFileEntry& entry) {
+  std::string text = MethodName(entry.Method);
+  if (entry.Method != 0) {
+    text.append(" ").append(std::to_string(DictionaryKBForCode(entry.DictionaryCode))).append("K");
+  }
+  if (entry.IsEncrypted) text.append(" encrypted");
+  return text;
+}
+
+std::string Indented(const std::string& text, const std::string& indent) {
+  std::string out = indent;
+  for (char c : text) {
+    if (c == '\r') continue;
+    out.push_back(c);
+    if (c == '\n') out += indent;
+  }
+  return out;
+}
+
+std::string HexCrc(uint32_t crc) {
+  char text[12];
+  std::snprintf(text, sizeof text, "%08X", crc);
+  return text;
+}
+
+void PrintTable(const std::string& archive, const Listing& listing) {
+  size_t width = 4;
+  for (const ArcFileEntry* e : listing.entries) width = std::max(width, Columns(DisplayName(e->Name)));
+  width = std::min<size_t>(width, 48);
+
+  std::printf("Archive: %s\n", archive.c_str());
+  std::string header = Padded("Name", width) +
+                       "          Size        Packed Ratio  Date       Time     Attr   Method"
+                       "          CRC";
+  std::printf("%s\n%s\n", header.c_str(), std::string(Columns(header), '-').c_str());
+  for (const ArcFileEntry* e : listing.entries) {
+    if (!e->IsFile) {
+      std::printf("%s %13s %13llu\n", Padded("(recovery record)", width).c_str(), "",
+                  static_cast<unsigned long long>(ToUInt64(e->PackedSize)));
+      continue;
+    }
+    std::string name = DisplayName(e->Name);
+    if (Columns(name) > width) {
+      std::printf("%s\n", name.c_str());
+      name.clear();
+    }
+    uint64_t size = ToUInt64(e->UnpackedSize);
+    uint64_t packed = ToUInt64(e->PackedSize);
+    std::string when = FormatDosTime(e->DosTime);
+    if (IsDirectoryEntry(*e)) {
+      std::printf("%s %13s %13s %5s  %s  %s\n", Padded(name, width).c_str(), "<DIR>", "", "",
+                  when.c_str(), FormatAttributes(e->Attributes).c_str());
+    } else {
+      std::string ratio = size ? std::to_string(RatioPercent(packed, size)) + "%" : "";
+      std::printf("%s %13llu %13llu %5s  %s  %s  %-14s %s\n", Padded(name, width).c_str(),
+                  static_cast<unsigned long long>(size), static_cast<unsigned long long>(packed),
+                  ratio.c_str(), when.c_str(), FormatAttributes(e->Attributes).c_str(),
+                  MethodText(*e).c_str(), HexCrc(e->Crc32).c_str());
+    }
+    if (e->CommentLength > 0 && e->Comment != nullptr) {
+      std::string comment(e->Comment, static_cast<size_t>(e->CommentLength));
+      std::printf("%s\n", Indented(comment, "    | ").c_str());
+    }
+  }
+  std::printf("%s\n", std::string(Columns(header), '-').c_str());
+  if (listing.hasInfo) {
+    const ArcInfo& info = listing.info;
+    uint64_t size = ToUInt64(info.UnpackedTotal);
+    uint64_t packed = ToUInt64(info.PackedTotal);
+    std::printf("%u files, %llu bytes (%s), packed to %llu bytes (%s), ratio %u%%\n",
+                info.FileCount, static_cast<unsigned long long>(size), FormatBytes(size).c_str(),
+                static_cast<unsigned long long>(packed), FormatBytes(packed).c_str(), info.Ratio);
+    std::printf("solid: %s, largest dictionary: %u KB, host system: %s, version %u.%u%s\n",
+                info.Solid ? "yes" : "no", info.LargestDictionary,
+                HostSystemName(info.HostSystem).c_str(), info.MajorVersion, info.MinorVersion,
+                info.Encrypted ? ", encrypted entries" : "");
+  }
+  if (!listing.comment.empty()) {
+    std::printf("Comment:\n%s\n", Indented(listing.comment, "  ").c_str());
+  }
+}
+
+void PrintJson(const std::string& archive, const Listing& listing, uint16_t status) {
+  JsonWriter json;
+  json.BeginObject();
+  json.Key("archive");
+  json.String(archive);
+  json.Key("entries");
+  json.BeginArray();
+  for (const ArcFileEntry* e : listing.entries) {
+    json.BeginObject();
+    if (!e->IsFile) {
+      json.Key("type");
+      json.String("recovery");
+      json.Key("header_type");
+      json.Number(e->HeaderType);
+      json.Key("packed");
+      json.Number(ToUInt64(e->PackedSize));
+    } else {
+      bool directory = IsDirectoryEntry(*e);
+      json.Key("type");
+      json.String(directory ? "directory" : "file");
+      json.Key("name");
+      json.String(DisplayName(e->Name));
+      json.Key("stored_name");
+      json.String(e->Name);
+      json.Key("size");
+      json.Number(ToUInt64(e->UnpackedSize));
+      json.Key("packed");
+      json.Number(ToUInt64(e->PackedSize));
+      json.Key("ratio");
+      if (ToUInt64(e->UnpackedSize) > 0 && !directory) {
+        json.Number(RatioPercent(ToUInt64(e->PackedSize), ToUInt64(e->UnpackedSize)));
+      } else {
+        json.Null();
+      }
+      json.Key("time");
+      json.String(FormatDosTime(e->DosTime, true));
+      json.Key("dos_time");
+      json.Number(e->DosTime);
+      json.Key("attributes");
+      json.Number(e->Attributes);
+      json.Key("attribute_letters");
+      json.String(FormatAttributes(e->Attributes));
+      json.Key("method");
+      json.String(MethodName(e->Method));
+      json.Key("method_code");
+      json.Number(e->Method);
+      json.Key("dictionary_kb");
+      json.Number(DictionaryKBForCode(e->DictionaryCode));
+      json.Key("crc32");
+      json.String(HexCrc(e->Crc32));
+      json.Key("encrypted");
+      json.Bool(e->IsEncrypted != 0);
+      json.Key("solid_continued");
+      json.Bool((e->HeaderFlags & 0x8000) != 0);
+      json.Key("comment");
+      if (e->CommentLength > 0 && e->Comment != nullptr) {
+        json.String(std::string(e->Comment, static_cast<size_t>(e->CommentLength)));
+      } else {
+        json.Null();
+      }
+    }
+    json.Key("header_offset");
+    json.Number(ToUInt64(e->HeaderPos));
+    json.Key("header_size");
+    json.Number(e->HeaderSize + 4);
+    json.EndObject();
+  }
+  json.EndArray();
+  json.Key("summary");
+  if (listing.hasInfo) {
+    const ArcInfo& info = listing.info;
+    json.BeginObject();
+    json.Key("files");
+    json.Number(info.FileCount);
+    json.Key("size");
+    json.Number(ToUInt64(info.UnpackedTotal));
+    json.Key("packed");
+    json.Number(ToUInt64(info.PackedTotal));
+    json.Key("ratio");
+    json.Number(info.Ratio);
+    json.Key("solid");
+    json.Bool(info.Solid != 0);
+    json.Key("largest_dictionary_kb");
+    json.Number(info.LargestDictionary);
+    json.Key("host_system");
+    json.Number(info.HostSystem);
+    json.Key("host_system_name");
+    json.String(HostSystemName(info.HostSystem));
+    json.Key("version");
+    json.String(std::to_string(info.MajorVersion) + "." + std::to_string(info.MinorVersion));
+    json.Key("encrypted");
+    json.Bool(info.Encrypted != 0);
+    json.EndObject();
+  } else {
+    json.Null();
+  }
+  json.Key("comment");
+  if (listing.comment.empty()) {
+    json.Null();
+  } else {
+    json.String(listing.comment);
+  }
+  json.Key("status");
+  json.Number(status);
+  json.EndObject();
+  std::fputs(json.text().c_str(), stdout);
+}
+
+}  // namespace
+
+ExitCode RunList(const ListOptions& options, const CommonOptions& common) {
+  ProgressDisplay progress(ChooseOutputMode(common.quiet));
+  if (std::string problem = PathProblem(options.archive); !problem.empty()) {
+    ReportError(progress, options.archive + ": " + problem);
+    return kExitFailed;
+  }
+  ArchiveSession session = ArchiveSession::Open(options.archive);
+  if (ExitCode code = CheckOpened(progress, options.archive, session.status()); code != kExitOk) {
+    return code;
+  }
+  CompOptions defaults{};
+  SetCompExtraFeatures(&defaults);  // also makes the listing read file comments
+
+  MaskList masks;
+  for (const std::string& mask : options.masks) masks.Append(mask);
+  EntryList list;
+  BuildArcFileList(list.get(), masks.get());
+  uint16_t status = GetArchiveStatus();
+
+  Listing listing;
+  listing.entries = list.entries();
+  if (status == AR_OK) listing.hasInfo = ReadSummary(listing.info);
+  listing.comment = ReadMainComment();
+
+  if (options.json) {
+    PrintJson(options.archive, listing, status);
+  } else {
+    PrintTable(options.archive, listing);
+  }
+  std::fflush(stdout);
+  if (status != AR_OK) {
+    ReportError(progress, "listing " + options.archive + " stopped after " +
+                              std::to_string(listing.entries.size()) +
+                              " entries: " + DescribeStatus(status));
+    return ExitCodeForStatus(status);
+  }
+  if (!options.masks.empty() && listing.entries.empty()) {
+    progress.Message("acearc: warning: no entry matches the masks");
+    return kExitWarning;
+  }
+  return kExitOk;
+}
+
+}  // namespace acearc

@@ -1,0 +1,40 @@
+// acearc mkdir: add an empty directory entry to an archive.
+#include <cstdio>
+
+#include "commands.h"
+#include "interrupt.h"
+#include "plugin_session.h"
+#include "status_text.h"
+
+namespace acearc {
+
+ExitCode RunMakeDirectory(const MakeDirectoryOptions& options, const CommonOptions& common) {
+  ProgressDisplay progress(ChooseOutputMode(common.quiet));
+  if (std::string problem = PathProblem(options.archive); !problem.empty()) {
+    ReportError(progress, options.archive + ": " + problem);
+    return kExitFailed;
+  }
+  HostContext context(Operation::MakeDirectory, AnswersFrom(common), progress);
+  InterruptGuard interrupts;
+  uint16_t status;
+  {
+    ArchiveSession session = ArchiveSession::Open(options.archive);
+    if (ExitCode code = CheckOpened(progress, options.archive, session.status()); code != kExitOk) {
+      return code;
+    }
+    RegisterCallbacks(context);
+    CompOptions comp{};
+    comp.KeepPaths = 1;  // the name is stored as given
+    SetCompExtraFeatures(&comp);
+    CreateDirectoryArc(options.name.c_str());
+    status = GetArchiveStatus();
+  }
+  ExitCode code =
+      FinishOperation(context, "adding directory " + options.name + " to " + options.archive, status);
+  if (status == AR_OK && progress.mode() != OutputMode::Quiet) {
+    std::printf("%s: directory %s added\n", options.archive.c_str(), options.name.c_str());
+  }
+  return code;
+}
+
+}  // namespace acearc

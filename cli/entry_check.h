@@ -1,0 +1,53 @@
+// Checks of archive entries made by the host: names that would land outside
+// the output folder, and extracted files compared with the sizes and CRCs of
+// the listing, which is how acearc names the entries of a damaged archive.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "host_context.h"
+#include "plugin_session.h"
+
+namespace acearc {
+
+// What the host keeps of a listed file entry once the list is released.
+struct EntryRecord {
+  std::string stored;  // as listed, "\" between directories
+  std::string name;    // as shown, "/" between directories
+  uint64_t size = 0;
+  uint32_t crc = 0;
+  bool directory = false;
+};
+
+// File and directory entries of a list (recovery records are left out).
+std::vector<EntryRecord> RecordsOf(const EntryList& list);
+
+// False for a name that would be written outside the output folder: an
+// absolute name, a drive, or a ".." part. Without paths only the final part
+// counts.
+bool IsSafeEntryName(const std::string& stored, bool restorePaths);
+
+// Where extraction writes an entry below `root`.
+std::filesystem::path OutputPathOf(const std::filesystem::path& root, const std::string& stored,
+                                   bool restorePaths);
+
+// The file entries whose output below `root` is missing or differs in size or
+// CRC, each as "name: what is wrong". Entries named in `ignore` are skipped,
+// and with `only` non-null so is every entry it does not name.
+std::vector<std::string> FindMismatches(const std::filesystem::path& root,
+                                        const std::vector<EntryRecord>& entries,
+                                        bool restorePaths, const std::set<std::string>& ignore,
+                                        const std::set<std::string>* only);
+
+// Extracts the whole archive into a scratch folder under the system's
+// temporary folder, compares, and removes the folder again. nullopt when that
+// cannot be done (no space, unsafe names, the extraction failed otherwise).
+std::optional<std::vector<std::string>> FindDamagedByExtracting(
+    const std::string& archive, const std::vector<EntryRecord>& entries, const Answers& answers);
+
+}  // namespace acearc

@@ -1,0 +1,159 @@
+#include "file_scan.h"
+
+#include <algorithm>
+#include <set>
+#include <system_error>
+
+namespace acearc {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// Longest run of leading components that both paths share.
+fs::path CommonPrefix(const fs::path& a, const fs::path& b) {
+  fs::path common;
+  auto ia = a.begin();
+  auto ib = b.begin();
+  for (; ia != a.end() && ib != b.end() && *ia == *ib; ++ia, ++ib) common /= *ia;
+  return common;
+}
+
+bool IsDotName(const fs::path& name) { return name == "." || name == ".."; }
+
+struct Walker {
+  const ScanOptions& options;
+  ScanResult& result;
+  fs::path excludeAbsolute;
+  std::set<std::string> seen;
+
+  bool IsExcluded(const fs::path& path) const {
+    if (excludeAbsolute.empty()) return false;
+    if (path == excludeAbsolute) return true;
+    std::error_code ec;
+    return fs::equivalent(path, excludeAbsolute, ec);
+  }
+
+  void Add(const fs::path& full, const std::string& name, bool isDirectory, uint64_t size) {
+    std::string stored = options.keepPaths ? name : full.string();
+    if (!seen.insert(stored).second) return;
+    std::string reason =
+        UnstorableReason(options.keepPaths ? name : full.filename().string(), isDirectory,
+                         options.prefix.size(), options.keepPaths ? result.base.size() : 0);
+    if (reason.empty() && !options.keepPaths && stored.size() > 259) reason = "its path is too long";
+    if (!reason.empty()) {
+      result.warnings.push_back("left out " + full.string() + ": " + reason);
+      return;
+    }
+    result.items.push_back({stored, isDirectory, size});
+    if (!isDirectory) result.totalBytes += size;
+  }
+
+  // `name` is the path below the base, empty for the base folder itself.
+  void Visit(const fs::path& full, const std::string& name, bool topLevel) {
+    if (IsExcluded(full)) return;
+    std::error_code ec;
+    fs::file_status link = fs::symlink_status(full, ec);
+    if (ec || !fs::exists(link)) {
+      result.warnings.push_back("left out " + full.string() + ": no such file or directory");
+      return;
+    }
+    fs::file_status target = link;
+    if (fs::is_symlink(link)) {
+      target = fs::status(full, ec);
+      if (ec || !fs::exists(target)) {
+        result.warnings.push_back("left out " + full.string() + ": broken symbolic link");
+        return;
+      }
+      if (fs::is_directory(target)) {
+        result.warnings.push_back("left out " + full.string() +
+                                  ": symbolic links to directories are not followed");
+        return;
+      }
+    }
+    if (fs::is_regular_file(target)) {
+      uint64_t size = fs::file_size(full, ec);
+      Add(full, name, false, ec ? 0 : size);
+      return;
+    }
+    if (!fs::is_directory(target)) {
+      result.warnings.push_back("left out " + full.string() + ": not a regular file");
+      return;
+    }
+    if (!name.empty() && options.keepPaths) Add(full, name, true, 0);
+    if (!topLevel && !options.recurse) return;
+
+    std::vector<fs::path> children;
+    fs::directory_iterator it(full, ec);
+    if (ec) {
+      result.warnings.push_back("left out what " + full.string() + " holds: " + ec.message());
+      return;
+    }
+    for (; it != fs::directory_iterator(); it.increment(ec)) {
+      if (ec) break;
+      children.push_back(it->path());
+    }
+    std::sort(children.begin(), children.end());
+    for (const fs::path& child : children) {
+      if (!options.recurse && fs::is_directory(fs::symlink_status(child, ec))) continue;
+      std::string childName = name.empty() ? child.filename().string()
+                                           : name + "/" + child.filename().string();
+      Visit(child, childName, false);
+    }
+  }
+};
+
+}  // namespace
+
+std::string UnstorableReason(const std::string& name, bool isDirectory, size_t prefixLength,
+                             size_t baseLength) {
+  (void)isDirectory;
+  if (name.find('\\') != std::string::npos) return "its name holds a backslash";
+  if (!name.empty() && name.back() == '.') return "a name ending in \".\" cannot be stored";
+  if (name.rfind("..", 0) == 0) return "a name beginning with \"..\" cannot be stored";
+  if (name.size() >= 2 && name[1] == ':') return "a name with \":\" as its second character cannot be stored";
+  size_t stored = name.size() + (prefixLength ? prefixLength + 1 : 0);
+  if (stored > 255) return "its name is longer than 255 characters";
+  if (baseLength + name.size() > 259) return "its path is longer than 259 characters";
+  return {};
+}
+
+ScanResult ScanPaths(const std::vector<std::string>& paths, const ScanOptions& options) {
+  ScanResult result;
+  struct Root {
+    fs::path full;      // absolute, without a trailing separator
+    bool contentsOnly;  // "dir/." adds what dir holds, not dir itself
+  };
+  std::vector<Root> roots;
+  fs::path base;
+  bool first = true;
+  for (const std::string& text : paths) {
+    fs::path given(text);
+    while (given.has_relative_path() && given.filename().empty()) given = given.parent_path();
+    bool contentsOnly = IsDotName(given.filename());
+    fs::path full = fs::absolute(given).lexically_normal();
+    if (full.has_relative_path() && full.filename().empty()) full = full.parent_path();
+    if (!full.has_relative_path()) contentsOnly = true;  // the root folder
+    fs::path parent = contentsOnly ? full : full.parent_path();
+    base = first ? parent : CommonPrefix(base, parent);
+    first = false;
+    roots.push_back({full, contentsOnly});
+  }
+  if (options.keepPaths) {
+    result.base = base.string();
+    if (result.base.empty() || result.base.back() != '/') result.base += '/';
+  }
+
+  Walker walker{options, result, {}, {}};
+  if (!options.exclude.empty()) {
+    walker.excludeAbsolute = fs::absolute(options.exclude).lexically_normal();
+  }
+  for (const Root& root : roots) {
+    std::string name = root.full.lexically_relative(base).generic_string();
+    if (name == ".") name.clear();
+    walker.Visit(root.full, name, true);
+  }
+  return result;
+}
+
+}  // namespace acearc

@@ -1,0 +1,51 @@
+// Runs the built acearc in a child process for the end-to-end tests: without
+// a terminal (stdin from /dev/null, output captured), or under a
+// pseudo-terminal driven like a user at the keyboard.
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace clitest {
+
+struct RunResult {
+  int exitCode = -1;  // 128 + signal when killed
+  std::string out;
+  std::string err;
+};
+
+std::filesystem::path AcearcPath();
+
+// Runs acearc with `args` in `cwd` (the test's folder when empty).
+RunResult RunAcearc(const std::vector<std::string>& args, const std::filesystem::path& cwd = {});
+
+// acearc under a pseudo-terminal: stdin, stdout and stderr are the terminal.
+class TerminalSession {
+ public:
+  TerminalSession(const std::vector<std::string>& args, const std::filesystem::path& cwd);
+  ~TerminalSession();
+  TerminalSession(const TerminalSession&) = delete;
+  TerminalSession& operator=(const TerminalSession&) = delete;
+
+  // Reads until `text` has appeared in what the terminal showed; false on
+  // timeout or when the program ended first.
+  bool WaitFor(const std::string& text, std::chrono::seconds timeout = std::chrono::seconds(30));
+  // Types `keys` as a user would.
+  void Type(const std::string& keys);
+  // Waits for the program to end, reading what it still shows; its exit code.
+  int Finish(std::chrono::seconds timeout = std::chrono::seconds(60));
+  // Everything the terminal showed so far.
+  const std::string& screen() const { return screen_; }
+
+ private:
+  bool ReadSome(int timeoutMs);
+  int master_ = -1;
+  pid_t child_ = -1;
+  std::string screen_;
+};
+
+}  // namespace clitest

@@ -1,0 +1,30 @@
+// Just enough JSON to read `acearc l --json` back in the tests.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace clitest {
+
+struct Json {
+  enum class Kind { Null, Bool, Number, String, Array, Object } kind = Kind::Null;
+  bool boolean = false;
+  double number = 0;
+  std::string text;
+  std::vector<Json> items;
+  std::map<std::string, Json> members;
+
+  const Json& operator[](const std::string& key) const;  // a Null value when missing
+  const Json& operator[](size_t index) const { return items.at(index); }
+  uint64_t u64() const { return static_cast<uint64_t>(number); }
+  bool isNull() const { return kind == Kind::Null; }
+};
+
+// nullopt when the text is not one complete JSON value.
+std::optional<Json> ParseJson(const std::string& text);
+
+}  // namespace clitest
