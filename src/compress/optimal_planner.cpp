@@ -83,7 +83,8 @@ PlanStep NextPlanStep(OptimalPlanner& pl, TreeMatchFinder& mf, const OptimalPric
       return TraceBack(pl, mf, cur);
     }
     const uint32_t base = plan[cur].price;
-    const uint32_t viaLiteral = base + prices.main[ByteAt(mf, start + cur)];
+    // The byte just searched; positions may have been lowered since `start`.
+    const uint32_t viaLiteral = base + prices.main[ByteAt(mf, mf.pos - 1)];
     if (viaLiteral < plan[cur + 1].price) plan[cur + 1] = PlanEntry{viaLiteral, cur, -1, 0};
     if (n >= 2 && cur + n > end) {
       if (n > kPlanEntries - 1 - cur) n = kPlanEntries - 1 - cur;

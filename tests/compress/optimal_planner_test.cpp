@@ -37,9 +37,9 @@ class OptimalPlannerTest : public ::testing::Test {
   }
   void TearDown() override { ace::ReleaseTreeMatchFinder(*mf_); }
 
-  std::vector<PlanStep> PlanAll(const Bytes& data) {
+  std::vector<PlanStep> PlanAll(const Bytes& data, uint32_t firstPosition = 1) {
     input_ = MemoryInput{&data, 0};
-    ace::StartTreeMatchFinder(*mf_, &MemoryInput::Read, &input_);
+    ace::StartTreeMatchFinder(*mf_, &MemoryInput::Read, &input_, firstPosition);
     ace::ResetPlanner(*planner_);
     std::vector<PlanStep> steps;
     ace::FindMatches(*mf_);
@@ -179,6 +179,21 @@ TEST_F(OptimalPlannerTest, RepeatDistancesArePricedAsRepeats) {
       position += s.length;
     }
     EXPECT_EQ(repeatAt150, ringEntry == 49) << ringEntry;
+  }
+}
+
+TEST_F(OptimalPlannerTest, LoweringPositionsInsideAPlanChangesNoStep) {
+  // Short matches everywhere: the lowering falls inside a plan.
+  const Bytes data = Letters(1'150'000, 10, 12);
+  const auto plain = PlanAll(data);
+  const uint32_t first = ace::kTreePositionCeiling - 1'100'000;
+  const auto lowered = PlanAll(data, first);
+  EXPECT_LT(mf_->pos, first);
+  ASSERT_EQ(plain.size(), lowered.size());
+  for (size_t i = 0; i < plain.size(); ++i) {
+    ASSERT_EQ(plain[i].length, lowered[i].length) << i;
+    ASSERT_EQ(plain[i].distance, lowered[i].distance) << i;
+    ASSERT_EQ(plain[i].literal, lowered[i].literal) << i;
   }
 }
 

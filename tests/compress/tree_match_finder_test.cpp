@@ -242,12 +242,12 @@ TEST_F(TreeMatchFinderTest, ResultsDoNotDependOnReadChunks) {
 }
 
 TEST_F(TreeMatchFinderTest, LoweringPositionsChangesNoResult) {
-  const Bytes data = LongRepeats(2'500'000, 13);
+  const Bytes data = LongRepeats(1'250'000, 13);
   Start(data);
   std::vector<Finding> plain = FindAll(data.size());
   // Start close enough to the ceiling that positions are lowered midway,
   // with a full dictionary behind.
-  const uint32_t first = ace::kTreePositionCeiling - 1'500'000;
+  const uint32_t first = ace::kTreePositionCeiling - 1'150'000;
   Start(data, 0xFFFFFFFFu, first);
   for (size_t p = 0; p < data.size(); ++p) ASSERT_EQ(Find(), plain[p]) << "at " << p;
   EXPECT_LT(mf_->pos, first);
