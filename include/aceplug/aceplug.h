@@ -20,7 +20,7 @@
  *   pointers grow accordingly; records without pointers keep their size.
  * - Texts longer than their fields are cut to the field (always
  *   NUL-terminated); nothing is ever written outside a field. A null pointer
- *   given for a text or a record leaves a status code and changes nothing.
+ *   given for a text or a record leaves AR_IO_ERROR and changes nothing.
  */
 #ifndef ACEPLUG_ACEPLUG_H
 #define ACEPLUG_ACEPLUG_H

@@ -16,7 +16,8 @@ DWORD GetFileDosTime(FileHandle file, uint32_t* date, uint32_t* time);
 int GetFileDosStamp(FileHandle file, uint32_t* stamp);
 // A FILETIME (UTC) as a local DOS stamp, with the same 1980 rule.
 uint32_t FileTimeToDosStamp(const FILETIME& utc);
-// A local DOS stamp as a FILETIME in UTC (for find-data records).
+// A local DOS stamp as a FILETIME in UTC (for find-data records); a stamp
+// that names no real moment gives 1 February 1980.
 FILETIME DosStampToFileTime(uint32_t stamp);
 // The current time as a local DOS stamp.
 uint32_t CurrentDosStamp();

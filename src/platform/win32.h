@@ -16,6 +16,22 @@
 // - FILETIME counts 100 ns since 1601 UTC; local time follows the TZ database.
 // - Module handles are dlopen handles; GetModuleFileNameA(nullptr) names the
 //   host program.
+// - A file HANDLE is the file descriptor plus one (never nullptr or
+//   INVALID_HANDLE_VALUE); find handles are heap objects.
+// - Read-only behaves as on Windows even for root: CreateFileA for writing and
+//   DeleteFileA refuse a file without write permission (ERROR_ACCESS_DENIED).
+// - CreateFileA opens regular files only: a directory, FIFO or device fails
+//   with ERROR_ACCESS_DENIED (and never blocks). Share modes are ignored.
+// - WriteFile on a full disk reports success with the bytes it did store (last
+//   error ERROR_HANDLE_DISK_FULL), so callers see a short write.
+// - FindFirstFileA matches names without regard to ASCII case; "*.*" also
+//   matches names without a dot, "?" is one character, "." and ".." are
+//   reported. Entries come in byte order of their names ("." and ".." first),
+//   read once when the search starts. Symbolic links carry
+//   FILE_ATTRIBUTE_REPARSE_POINT and are removed, never followed, by
+//   DeleteFileA and RemoveDirectoryA; SetFileAttributesA ignores them.
+// - Non-regular files other than directories (FIFOs, devices) report
+//   FILE_ATTRIBUTE_SYSTEM.
 #pragma once
 
 #include <cstddef>
@@ -61,6 +77,7 @@ inline constexpr DWORD FILE_ATTRIBUTE_SYSTEM = 0x04;
 inline constexpr DWORD FILE_ATTRIBUTE_DIRECTORY = 0x10;
 inline constexpr DWORD FILE_ATTRIBUTE_ARCHIVE = 0x20;
 inline constexpr DWORD FILE_ATTRIBUTE_NORMAL = 0x80;
+inline constexpr DWORD FILE_ATTRIBUTE_REPARSE_POINT = 0x400;  // symbolic link
 
 inline constexpr DWORD FILE_BEGIN = 0;
 inline constexpr DWORD FILE_CURRENT = 1;
@@ -72,12 +89,23 @@ inline constexpr DWORD ERROR_FILE_NOT_FOUND = 2;
 inline constexpr DWORD ERROR_PATH_NOT_FOUND = 3;
 inline constexpr DWORD ERROR_ACCESS_DENIED = 5;
 inline constexpr DWORD ERROR_INVALID_HANDLE = 6;
+inline constexpr DWORD ERROR_TOO_MANY_OPEN_FILES = 4;
 inline constexpr DWORD ERROR_NOT_ENOUGH_MEMORY = 8;
+inline constexpr DWORD ERROR_NOT_SAME_DEVICE = 17;
 inline constexpr DWORD ERROR_NO_MORE_FILES = 18;
+inline constexpr DWORD ERROR_GEN_FAILURE = 31;
+inline constexpr DWORD ERROR_SHARING_VIOLATION = 32;
 inline constexpr DWORD ERROR_HANDLE_DISK_FULL = 39;
 inline constexpr DWORD ERROR_FILE_EXISTS = 80;
 inline constexpr DWORD ERROR_INVALID_PARAMETER = 87;
+inline constexpr DWORD ERROR_INSUFFICIENT_BUFFER = 122;
+inline constexpr DWORD ERROR_INVALID_NAME = 123;
+inline constexpr DWORD ERROR_MOD_NOT_FOUND = 126;
+inline constexpr DWORD ERROR_PROC_NOT_FOUND = 127;
+inline constexpr DWORD ERROR_NEGATIVE_SEEK = 131;
+inline constexpr DWORD ERROR_DIR_NOT_EMPTY = 145;
 inline constexpr DWORD ERROR_ALREADY_EXISTS = 183;
+inline constexpr DWORD ERROR_FILENAME_EXCED_RANGE = 206;
 
 DWORD GetLastError();
 void SetLastError(DWORD code);

@@ -1,5 +1,6 @@
 #include "plugin/state.h"
 
+#include <cstdlib>
 #include <cstring>
 
 namespace ace {
@@ -60,6 +61,16 @@ void FullReset() {
   s.OutputPath[0] = s.InputPath[0] = s.RelativePath[0] = s.ArchivePath[0] = s.TempPath[0] = '\0';
   s.Options = 0;
   ClearOpenArchive(s);
+}
+
+void ReleaseCommentBuffers() {
+  PluginState& s = State();
+  std::free(s.CommentText);
+  std::free(s.MainComment);
+  s.CommentText = nullptr;
+  s.MainComment = nullptr;
+  s.MainCommentLength = 0;
+  s.HasMainComment = 0;
 }
 
 }  // namespace ace

@@ -93,8 +93,12 @@ inline void SetStatusIfClear(uint32_t code) {
 }
 
 // The open reset (InitArcFile) and the full reset (DoneArcFile, CreateArcFile
-// over an existing file).
+// over an existing file). Neither releases the comment buffers.
 void OpenReset();
 void FullReset();
+
+// Frees CommentText and MainComment (both come from std::malloc) and clears
+// the pointers and the comment's length and flag.
+void ReleaseCommentBuffers();
 
 }  // namespace ace

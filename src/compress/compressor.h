@@ -1,0 +1,121 @@
+// The compressor: turns the bytes of one input file into the packed data of
+// one LZ77 entry (Huffman blocks in 32-bit words). One `Compressor` serves a
+// whole archive operation; files are coded one after another, fresh or as the
+// continuation of a solid run.
+//
+// Two ways in:
+//  - `Compressor` itself, driven with an input source, an output sink and a
+//    progress hook given as function pointers (tests, benchmarks, tools);
+//  - the plug-in adapter below (InitCompressor ... FinishCompressFile), which
+//    reads `SourceHandle`, writes `TargetHandle`, reports to the host's
+//    progress callback and keeps the outcome in the plug-in's status word.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+namespace ace {
+
+// Fills `destination` with up to `count` bytes: the count read, 0 at the end,
+// -1 on failure.
+using CompressorReadFn = int32_t (*)(void* context, uint8_t* destination, int32_t count);
+// Writes `count` bytes: the count written, -1 on failure.
+using CompressorWriteFn = int32_t (*)(void* context, const uint8_t* bytes, int32_t count);
+// Percent done and the bytes coded since the previous call; 0 asks to stop.
+using CompressorProgressFn = int32_t (*)(void* context, int32_t percent, int32_t step);
+
+// Called once per read block (D bytes or 2·D on a first fill), once per
+// 16,384 bytes of output and once per output write for progress.
+struct CompressorIo {
+  CompressorReadFn read = nullptr;
+  void* readContext = nullptr;
+  CompressorWriteFn write = nullptr;
+  void* writeContext = nullptr;
+  CompressorProgressFn progress = nullptr;  // null: nobody listens
+  void* progressContext = nullptr;
+};
+
+enum class EngineKind { kNone, kHashChain, kOptimal };
+
+// Status words the compressor leaves (the plug-in's codes).
+inline constexpr uint32_t kCompressOk = 0;
+inline constexpr uint32_t kCompressReadFailed = 5;
+inline constexpr uint32_t kCompressNoMemory = 8;
+inline constexpr uint32_t kCompressShortWrite = 101;
+inline constexpr uint32_t kCompressAborted = 2926;
+
+// The dictionary code a file header carries for a dictionary the compressor
+// serves (6 for 64 KB .. 10 for 1024 KB); -1 for any other size.
+int DictionaryCodeForKB(int32_t dictionaryKB);
+
+struct CompressorCore;  // engine, coder and buffers (compress/compressor_core.h)
+
+class Compressor {
+ public:
+  Compressor();
+  ~Compressor();
+  Compressor(const Compressor&) = delete;
+  Compressor& operator=(const Compressor&) = delete;
+
+  // Allocates the engine for a dictionary of 64, 128, 256, 512 or 1024 KB and
+  // a level 0..4 (0: chain walks without a limit). Any other dictionary or a
+  // failed allocation: false, status 8, nothing held. Init on a ready
+  // compressor releases the old engine first.
+  bool Init(int32_t dictionaryKB, int32_t level);
+  void Done();
+  bool Ready() const;
+  EngineKind Kind() const;
+  int32_t DictionaryKB() const;
+  int32_t Level() const;
+
+  // Takes effect at once; set it before StartFile.
+  void SetIo(const CompressorIo& io);
+
+  // One file: StartFile, Run, Finish. `solidContinue` keeps the history of
+  // the previous file so that matches may reach into it. StartFile clears the
+  // per-file results and leaves the status word as it is.
+  void StartFile(uint32_t unpackedSize, bool solidContinue);
+  void Run();
+  void Finish();
+
+  // Results of the current file, final after Finish.
+  uint32_t PackedSize() const;  // bytes handed to the sink
+  uint32_t Crc() const;         // CRC-32 register of the input, not inverted
+  bool Grew() const;            // packed size came to exceed the unpacked size
+  uint32_t BytesRead() const;
+
+  // 0 or one of the codes above. Once nonzero, nothing more is written.
+  uint32_t Status() const;
+  void SetStatus(uint32_t status);
+
+  // The engines' shared state, for engines and white-box tests.
+  CompressorCore& Core() { return *core_; }
+
+ private:
+  std::unique_ptr<CompressorCore> core_;
+};
+
+// ---- plug-in adapter: one compressor per archive operation ----
+// Settings come from the plug-in's CompOptions (DictionaryKB, Level); input is
+// read from State().SourceHandle, output written to State().TargetHandle at
+// its current position, progress goes to the host's progress callback and
+// failures to State().Status.
+
+// 1 ready; 0 failed (status 8, nothing held).
+int InitCompressor();
+void DoneCompressor();
+void StartCompressFile(uint32_t unpackedSize, int solidContinue);
+void RunCompressor();
+void FinishCompressFile();
+
+// Results of the file last finished.
+uint32_t CompressorPackedSize();
+uint32_t CompressorCrc();
+int32_t CompressorGrew();  // 0 or 1
+// The dictionary code for the file header (6..10) of the engine set up.
+int32_t CompressorDictionaryCode();
+
+// The adapter's compressor, for tests.
+Compressor& PluginCompressor();
+
+}  // namespace ace

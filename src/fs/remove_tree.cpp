@@ -1,0 +1,123 @@
+// Removing a working directory with everything in it.
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "fs/dir_scan.h"
+#include "fs/file_layer.h"
+#include "fs/path_ops.h"
+
+namespace ace {
+
+namespace {
+
+bool Extend(char* buffer, size_t size, const char* text) {
+  const size_t used = std::strlen(buffer);
+  const size_t add = std::strlen(text);
+  if (used + add + 1 > size) return false;
+  std::memcpy(buffer + used, text, add + 1);
+  return true;
+}
+
+bool IsDots(const char* name) {
+  return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0;
+}
+
+bool NothingFound() {
+  const DWORD error = GetLastError();
+  return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ||
+         error == ERROR_NO_MORE_FILES;
+}
+
+// The length rule keeps "C:\" safe; on POSIX "/", "//." or "/tmp/.." pass
+// it and would still empty the root, so resolve the path as well.
+bool ResolvesToRoot(const char* directory) {
+#ifdef _WIN32
+  (void)directory;
+  return false;
+#else
+  std::string native = directory;
+  if (native.size() >= 2 && native[1] == ':') native.erase(0, 2);
+  for (char& c : native) {
+    if (c == '\\') c = '/';
+  }
+  char resolved[PATH_MAX];
+  return realpath(native.c_str(), resolved) != nullptr && std::strcmp(resolved, "/") == 0;
+#endif
+}
+
+// Empties `directory` (ending in "\", in a buffer of `size` bytes, restored
+// on return): matching files first, then every subdirectory, depth first.
+bool EmptyDirectory(char* directory, size_t size, const char* pattern) {
+  const size_t length = std::strlen(directory);
+  WIN32_FIND_DATAA data;
+
+  if (!Extend(directory, size, pattern)) return false;
+  HANDLE find = FindFirstFileA(directory, &data);
+  directory[length] = '\0';
+  if (find == INVALID_HANDLE_VALUE) {
+    if (!NothingFound()) return false;
+  } else {
+    bool ok = true;
+    do {
+      const DWORD attributes = data.dwFileAttributes;
+      if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) continue;
+      ok = Extend(directory, size, data.cFileName);
+      if (ok) {
+        // A link (dangling ones too) is deleted itself; RemoveFile would look
+        // through it at its target.
+        ok = (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 ? DeleteFileA(directory) != 0
+                                                               : RemoveFile(directory) != 0;
+      }
+      directory[length] = '\0';
+    } while (ok && FindNextFileA(find, &data));
+    FindClose(find);
+    if (!ok) return false;
+  }
+
+  if (!Extend(directory, size, "*.*")) return false;
+  find = FindFirstFileA(directory, &data);
+  directory[length] = '\0';
+  if (find == INVALID_HANDLE_VALUE) return NothingFound();
+  bool ok = true;
+  do {
+    const DWORD attributes = data.dwFileAttributes;
+    if ((attributes & FILE_ATTRIBUTE_DIRECTORY) == 0 || IsDots(data.cFileName)) continue;
+    ok = Extend(directory, size, data.cFileName);
+    if (ok && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) {
+      const size_t named = std::strlen(directory);
+      ok = Extend(directory, size, "\\") && EmptyDirectory(directory, size, pattern);
+      directory[named] = '\0';
+    }
+    if (ok) ok = RemoveDirectoryA(directory) != 0;  // a link goes, its target stays
+    directory[length] = '\0';
+  } while (ok && FindNextFileA(find, &data));
+  FindClose(find);
+  return ok;
+}
+
+}  // namespace
+
+int RemoveTree(const char* directory, const char* pattern) {
+  if (directory == nullptr || pattern == nullptr || std::strlen(directory) < 4 ||
+      ResolvesToRoot(directory)) {
+    return 0;
+  }
+  char buffer[kScanBuffer];
+  if (!CopyText(buffer, sizeof buffer - 1, directory)) return 0;
+  StripTrailingBackslash(buffer, buffer);
+  const DWORD attributes = GetFileAttributesA(buffer);
+  // A link in place of the directory is removed, not followed.
+  if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
+    return RemoveDirectoryA(buffer) ? 1 : 0;
+  }
+  const size_t n = std::strlen(buffer);
+  if (n > 0 && buffer[n - 1] != '\\' && buffer[n - 1] != '/') Extend(buffer, sizeof buffer, "\\");
+  if (!EmptyDirectory(buffer, sizeof buffer, pattern)) return 0;
+  StripTrailingBackslash(buffer, buffer);
+  if (std::strlen(buffer) > 3 && !RemoveDirectoryA(buffer)) return 0;
+  return 1;
+}
+
+}  // namespace ace

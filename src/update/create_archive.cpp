@@ -1,0 +1,131 @@
+#include "update/create_archive.h"
+
+#include "compress/compressor.h"
+#include "format/header_format.h"
+#include "format/header_writer.h"
+#include "fs/dir_scan.h"
+#include "fs/ext_order.h"
+#include "fs/file_layer.h"
+#include "plugin/callbacks.h"
+#include "plugin/state.h"
+#include "update/entry_writer.h"
+#include "update/listed_names.h"
+
+namespace ace {
+namespace {
+
+// Ends a failed creation: nothing of the new archive may stay on disk.
+void Abandon(bool compressorReady, FileWorkList* work) {
+  PluginState& s = State();
+  if (compressorReady) DoneCompressor();
+  if (work != nullptr) FreeFileWorkList(work);
+  if (s.TargetHandle != kNoFile) FileClose(s.TargetHandle);
+  s.TargetHandle = kNoFile;
+  FileDelete(s.ArchivePath);
+}
+
+void AnnounceFile(const char* diskPath, const char* archiveName) {
+  char shown[kPathField + 1] = "\\";
+  AppendText(shown, sizeof shown, archiveName);
+  CallFileName(diskPath, shown);
+}
+
+// The main header, checked: a failed or short write ends the creation.
+bool WriteArchiveStart(bool solid) {
+  PluginState& s = State();
+  WriteMainHeader(solid ? kFlagSolid : 0, s.TargetHandle);
+  return FileTell(s.TargetHandle) == static_cast<int32_t>(kMainHeaderWrittenSize);
+}
+
+void CreatePlain(const FileMaskList* files) {
+  PluginState& s = State();
+  if (!InitCompressor()) {
+    Abandon(false, nullptr);
+    SetStatus(AR_NO_MEMORY);
+    return;
+  }
+  char diskPath[kPathBuffer];
+  char archiveName[kPathBuffer];
+  for (const FileMaskNode* node = files->First; node != nullptr; node = node->Next) {
+    if (!FormListedNames(node, diskPath, archiveName, sizeof diskPath)) {
+      SetStatus(AR_IO_ERROR);
+      Abandon(true, nullptr);
+      return;
+    }
+    AnnounceFile(diskPath, archiveName);
+    if (!AddFileToArchive(diskPath, archiveName) || s.Status != 0) {
+      Abandon(true, nullptr);
+      return;
+    }
+  }
+  DoneCompressor();
+}
+
+void CreateSolid(const FileMaskList* files) {
+  PluginState& s = State();
+  FileWorkList work{};
+  for (const FileMaskNode* node = files->First; node != nullptr; node = node->Next) {
+    FileWorkEntry entry{};
+    if (!FormListedNames(node, entry.DiskPath, entry.ArchiveName, sizeof entry.DiskPath)) {
+      SetStatus(AR_IO_ERROR);
+      Abandon(false, &work);
+      return;
+    }
+    if (!AddFileWorkEntry(entry, &work)) {
+      Abandon(false, &work);
+      return;
+    }
+  }
+  if (!InitCompressor()) {
+    Abandon(false, &work);
+    SetStatus(AR_NO_MEMORY);
+    return;
+  }
+  OrderByExtension(&work);
+  SolidRun run;
+  for (const FileWorkEntry* e = work.First; e != nullptr; e = e->Next) {
+    AnnounceFile(e->DiskPath, e->ArchiveName);
+    const int result = AddFileToSolidArchive(e->DiskPath, e->ArchiveName, run.flagBits, run.fresh);
+    if (!AdvanceSolidRun(run, result)) {
+      Abandon(true, &work);
+      return;
+    }
+  }
+  DoneCompressor();
+  FreeFileWorkList(&work);
+}
+
+}  // namespace
+
+void CreateArchive(const FileMaskList* files, bool solid) {
+  PluginState& s = State();
+  if (files == nullptr || files->First == nullptr) {
+    SetStatus(AR_NOTHING_TO_ADD);
+    return;
+  }
+  s.TargetHandle = FileOpen(s.ArchivePath, "wb");
+  if (s.TargetHandle == kNoFile) {
+    SetStatus(AR_IO_ERROR);
+    return;
+  }
+  s.IsSolid = solid ? 1 : 0;
+  if (!WriteArchiveStart(solid)) {
+    SetStatus(AR_IO_ERROR);
+    Abandon(false, nullptr);
+    return;
+  }
+  if (solid) {
+    CreateSolid(files);
+  } else {
+    CreatePlain(files);
+  }
+  if (s.Status != 0) return;
+  const int closed = FileClose(s.TargetHandle);
+  s.TargetHandle = kNoFile;
+  if (!closed) {
+    SetStatus(AR_IO_ERROR);
+    FileDelete(s.ArchivePath);
+  }
+}
+
+}  // namespace ace

@@ -1,0 +1,10 @@
+// The name check of a directory entry made inside an archive.
+#pragma once
+
+namespace ace {
+
+// Refuses a forbidden character after the first ("?*><:\"/|"; "\\" separates
+// levels) and a final part that names a device (AUX, CON, PRN, with any extension, any case).
+bool IsAcceptableDirectoryName(const char* name);
+
+}  // namespace ace

@@ -1,0 +1,252 @@
+#include "update/entry_writer.h"
+
+#include <cstring>
+#include <memory>
+#include <new>
+
+#include "compress/compressor.h"
+#include "format/crc32.h"
+#include "format/header_format.h"
+#include "format/header_writer.h"
+#include "fs/dos_time.h"
+#include "fs/file_layer.h"
+#include "fs/path_ops.h"
+#include "plugin/callbacks.h"
+#include "plugin/state.h"
+
+namespace ace {
+namespace {
+
+constexpr uint32_t kEmptyCrc = 0xFFFFFFFFu;
+constexpr int32_t kStoreChunk = 32512;
+constexpr size_t kStoreBuffer = 65536;
+
+// The run state a writer hands back when it did not touch the history.
+int Unchanged(bool solid, bool fresh) {
+  if (!solid) return 1;
+  return fresh ? kSolidFresh : kSolidContinue;
+}
+
+uint16_t DictionaryCode() {
+  const int code = DictionaryCodeForKB(State().Comp.DictionaryKB);
+  return static_cast<uint16_t>(code < 0 ? 6 : code);
+}
+
+FileHeaderFixed BaseHeader(uint16_t flags, uint32_t stamp, uint32_t attributes) {
+  FileHeaderFixed h;
+  h.HeadType = kHeadTypeFile;
+  h.HeadFlags = flags;
+  h.FileTime = stamp;
+  h.Attributes = attributes;
+  h.Crc32 = kEmptyCrc;
+  h.TechQual = kWrittenTechQual;
+  h.TechParm = DictionaryCode();
+  return h;
+}
+
+// Writes a file header at the target's position. Unlike the bare header
+// writer this checks the write, so a full disk surfaces here and not as a
+// damaged entry later: -1 fails with 5, a short write with 101.
+bool WriteHeaderChecked(const char* archiveName, FileHeaderFixed& header) {
+  uint8_t bytes[kMaxFileHeaderSize];
+  const size_t length = BuildFileHeader(archiveName, header, bytes);
+  const int32_t written = FileWrite(bytes, static_cast<int32_t>(length), State().TargetHandle);
+  if (written < 0) {
+    SetStatus(AR_IO_ERROR);
+    return false;
+  }
+  if (static_cast<size_t>(written) != length) {
+    SetStatus(AR_DISK_FULL);
+    return false;
+  }
+  return true;
+}
+
+// Copies the input file into the archive unchanged (the stored fallback) and
+// gives its CRC.
+bool StoreFileData(uint32_t* crc) {
+  PluginState& s = State();
+  std::unique_ptr<uint8_t[]> buffer(new (std::nothrow) uint8_t[kStoreBuffer]);
+  if (!buffer) {
+    SetStatus(AR_NO_MEMORY);
+    return false;
+  }
+  if (FileSeek(s.SourceHandle, 0, 0) < 0) {
+    SetStatus(AR_IO_ERROR);
+    return false;
+  }
+  uint32_t reg = kCrcInit;
+  for (;;) {
+    const int32_t n = FileRead(buffer.get(), kStoreChunk, s.SourceHandle);
+    if (n == 0) break;
+    if (n < 0) {
+      SetStatus(AR_IO_ERROR);
+      return false;
+    }
+    reg = Crc32Update(reg, buffer.get(), static_cast<size_t>(n));
+    const int32_t w = FileWrite(buffer.get(), n, s.TargetHandle);
+    if (w < 0) {
+      SetStatus(AR_IO_ERROR);
+      return false;
+    }
+    if (w != n) {
+      SetStatus(AR_DISK_FULL);
+      return false;
+    }
+  }
+  *crc = reg;
+  return true;
+}
+
+// Closes the input file and passes `result` on.
+int CloseSource(int result) {
+  PluginState& s = State();
+  if (s.SourceHandle != kNoFile) FileClose(s.SourceHandle);
+  s.SourceHandle = kNoFile;
+  return result;
+}
+
+int Fail(uint32_t status) {
+  SetStatus(status);
+  return CloseSource(0);
+}
+
+// A file that is not a directory: provisional header, compressed data written
+// straight behind it, then the final header rewritten in place. Data that
+// grew is stored instead and the archive cut back behind it.
+int WriteCompressedEntry(const char* diskPath, const char* archiveName, uint32_t attributes,
+                         bool solid, uint16_t flagBits, bool fresh) {
+  PluginState& s = State();
+  s.SourceHandle = FileOpen(diskPath, "rb");
+  if (s.SourceHandle == kNoFile) return Fail(AR_IO_ERROR);
+  uint32_t stamp = 0;
+  if (GetFileDosStamp(s.SourceHandle, &stamp) != 0) return Fail(AR_IO_ERROR);
+  const int32_t size = FileSize(s.SourceHandle);
+  if (size < 0) return Fail(AR_IO_ERROR);
+  const uint16_t runFlags = solid ? flagBits : 0;
+
+  if (size == 0) {
+    FileHeaderFixed h = BaseHeader(static_cast<uint16_t>(kFlagAddSize | runFlags), stamp, attributes);
+    h.TechType = kTechStored;
+    if (!WriteHeaderChecked(archiveName, h)) return CloseSource(0);
+    return CloseSource(Unchanged(solid, fresh));
+  }
+
+  const int32_t p0 = FileTell(s.TargetHandle);
+  if (p0 < 0) return Fail(AR_IO_ERROR);
+  FileHeaderFixed h = BaseHeader(static_cast<uint16_t>(kFlagAddSize | runFlags), stamp, attributes);
+  h.TechType = kTechLz77;
+  h.OrigSize = static_cast<uint32_t>(size);
+  if (!WriteHeaderChecked(archiveName, h)) return CloseSource(0);
+  const int32_t p1 = FileTell(s.TargetHandle);
+  if (p1 < 0) return Fail(AR_IO_ERROR);
+
+  StartCompressFile(static_cast<uint32_t>(size), solid && !fresh ? 1 : 0);
+  RunCompressor();
+  FinishCompressFile();
+  if (s.Status != 0) return CloseSource(0);
+
+  const bool stored = CompressorGrew() != 0;
+  if (stored) {
+    if (FileSeek(s.TargetHandle, p1, 0) < 0) return Fail(AR_IO_ERROR);
+    uint32_t crc = 0;
+    if (!StoreFileData(&crc)) return CloseSource(0);
+    h.HeadFlags = kFlagAddSize;
+    h.TechType = kTechStored;
+    h.PackSize = static_cast<uint32_t>(size);
+    h.Crc32 = crc;
+  } else {
+    h.PackSize = CompressorPackedSize();
+    h.Crc32 = CompressorCrc();
+  }
+
+  if (FileSeek(s.TargetHandle, p0, 0) < 0) return Fail(AR_IO_ERROR);
+  if (!WriteHeaderChecked(archiveName, h)) return CloseSource(0);
+  CloseSource(0);
+
+  if (!stored) {
+    if (FileSeek(s.TargetHandle, 0, 2) < 0) {
+      SetStatus(AR_IO_ERROR);
+      return 0;
+    }
+    return solid ? kSolidContinue : 1;
+  }
+  // Cut off the longer compressed attempt behind the stored copy. The file
+  // after a stored one starts fresh.
+  const int64_t end = static_cast<int64_t>(p1) + size;
+  if (end > INT32_MAX || FileSeek(s.TargetHandle, static_cast<int32_t>(end), 0) < 0 ||
+      !SetEndOfFile(s.TargetHandle)) {
+    SetStatus(AR_IO_ERROR);
+    return 0;
+  }
+  return 1;
+}
+
+// The skip question for a file or directory that cannot be found: 1 leaves it
+// out, 2 stops; no procedure fails with 5. Other answers skip a file (the
+// drivers go on after any non-zero result) but fail a directory.
+int AskSkip(const char* diskPath, bool solid, bool fresh, bool otherAnswersSkip) {
+  if (!HasSkipFileProc()) {
+    SetStatus(AR_IO_ERROR);
+    return 0;
+  }
+  const int32_t answer = CallSkipFile(diskPath, 0);
+  if (answer == 2) {
+    SetStatus(AR_ABORTED);
+    return 0;
+  }
+  if (answer != 1 && !otherAnswersSkip) {
+    SetStatus(AR_IO_ERROR);
+    return 0;
+  }
+  return Unchanged(solid, fresh);
+}
+
+int WriteDirectoryEntryFromDisk(const char* diskPath, const char* archiveName,
+                                uint32_t attributes, bool solid, bool fresh) {
+  char lookup[kPathBuffer];
+  StripTrailingBackslash(diskPath, lookup);
+  WIN32_FIND_DATAA found;
+  HANDLE find = FindFirstFileA(lookup, &found);
+  if (find == INVALID_HANDLE_VALUE) return AskSkip(diskPath, solid, fresh, false);
+  FindClose(find);
+  char name[kPathBuffer];
+  StripTrailingBackslash(archiveName, name);
+  FileHeaderFixed h =
+      BaseHeader(kFlagAddSize, FileTimeToDosStamp(found.ftCreationTime), attributes);
+  h.TechType = kTechLz77;
+  if (!WriteHeaderChecked(name, h)) return 0;
+  return Unchanged(solid, fresh);
+}
+
+int AddFile(const char* diskPath, const char* archiveName, bool solid, uint16_t flagBits,
+            bool fresh) {
+  const DWORD attributes = GetFileAttributesA(diskPath);
+  if (attributes == INVALID_FILE_ATTRIBUTES) return AskSkip(diskPath, solid, fresh, true);
+  if (attributes & FILE_ATTRIBUTE_DIRECTORY)
+    return WriteDirectoryEntryFromDisk(diskPath, archiveName, attributes, solid, fresh);
+  return WriteCompressedEntry(diskPath, archiveName, attributes, solid, flagBits, fresh);
+}
+
+}  // namespace
+
+int AddFileToArchive(const char* diskPath, const char* archiveName) {
+  return AddFile(diskPath, archiveName, false, 0, true);
+}
+
+int AddFileToSolidArchive(const char* diskPath, const char* archiveName, uint16_t flagBits,
+                          bool fresh) {
+  return AddFile(diskPath, archiveName, true, flagBits, fresh);
+}
+
+bool AdvanceSolidRun(SolidRun& run, int result) {
+  if (result == kSolidFresh) {
+    run = SolidRun{};
+  } else if (result == kSolidContinue) {
+    run.fresh = false;
+    run.flagBits = kFlagContinued;
+  }
+  return result != kSolidFailed && State().Status == 0;
+}
+
+}  // namespace ace

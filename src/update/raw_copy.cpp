@@ -1,0 +1,74 @@
+#include "update/raw_copy.h"
+
+#include "fs/file_layer.h"
+#include "fs/temp_names.h"
+#include "plugin/state.h"
+
+namespace ace {
+namespace {
+
+bool CopyPieces(int64_t position, int64_t length, int32_t piece) {
+  PluginState& s = State();
+  if (position < 0 || position > INT32_MAX || FileSeek(s.ArchiveHandle, static_cast<int32_t>(position), 0) < 0) {
+    SetStatus(AR_IO_ERROR);
+    return false;
+  }
+  uint8_t buffer[16000];
+  while (length > 0) {
+    const int32_t want = static_cast<int32_t>(length < piece ? length : piece);
+    const int32_t got = FileRead(buffer, want, s.ArchiveHandle);
+    // A stretch that ends early means the old archive changed under us or is
+    // damaged: copying less would silently drop data.
+    if (got != want) {
+      SetStatus(AR_IO_ERROR);
+      return false;
+    }
+    const int32_t written = FileWrite(buffer, got, s.TargetHandle);
+    if (written < 0) {
+      SetStatus(AR_IO_ERROR);
+      return false;
+    }
+    if (written != got) {
+      SetStatus(AR_DISK_FULL);
+      return false;
+    }
+    length -= got;
+  }
+  return true;
+}
+
+}  // namespace
+
+bool CopyRawRange(int64_t position, int64_t length) { return CopyPieces(position, length, 16000); }
+
+bool CopyLeadingPart() {
+  const PluginState& s = State();
+  return CopyPieces(0, int64_t{s.MainHeaderPos} + s.MainHeaderSize, 6000);
+}
+
+void DiscardTempArchive(const char* tempArchive) {
+  PluginState& s = State();
+  if (s.TargetHandle != kNoFile) FileClose(s.TargetHandle);
+  s.TargetHandle = kNoFile;
+  FileDelete(tempArchive);
+}
+
+void PutArchiveInPlace(const char* tempArchive) {
+  const PluginState& s = State();
+  char backup[kPathField];
+  MakeTempNameBeside(s.ArchivePath, backup);
+  if (!MoveFileA(s.ArchivePath, backup)) {
+    SetStatus(AR_IO_ERROR);
+    FileDelete(tempArchive);
+    return;
+  }
+  if (!MoveFileA(tempArchive, s.ArchivePath)) {
+    SetStatus(AR_IO_ERROR);
+    FileDelete(tempArchive);
+    MoveFileA(backup, s.ArchivePath);
+    return;
+  }
+  FileDelete(backup);
+}
+
+}  // namespace ace

@@ -1,0 +1,25 @@
+// Copying stretches of the old archive into the archive being written, and
+// putting a finished temporary archive in the old one's place.
+#pragma once
+
+#include <cstdint>
+
+namespace ace {
+
+// Copies `length` bytes from `position` of ArchiveHandle to TargetHandle in
+// pieces of at most 16,000 bytes. A failed read or write leaves 5, a short
+// write 101; false then.
+bool CopyRawRange(int64_t position, int64_t length);
+// Copies the part in front of the main header and the main header itself
+// (MainHeaderPos + MainHeaderSize bytes from 0) in pieces of at most 6,000.
+bool CopyLeadingPart();
+
+// Renames the archive to a backup name, the temporary archive to the archive
+// name, and deletes the backup. A failure leaves 5, deletes the temporary
+// archive and restores the old archive under its name.
+void PutArchiveInPlace(const char* tempArchive);
+
+// Closes TargetHandle (when open) and deletes the temporary archive.
+void DiscardTempArchive(const char* tempArchive);
+
+}  // namespace ace

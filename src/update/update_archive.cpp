@@ -1,0 +1,291 @@
+#include "update/update_archive.h"
+
+#include <cstring>
+
+#include "compress/compressor.h"
+#include "format/archive_walk.h"
+#include "fs/dir_scan.h"
+#include "fs/ext_order.h"
+#include "fs/file_layer.h"
+#include "fs/masks.h"
+#include "fs/path_ops.h"
+#include "fs/temp_names.h"
+#include "plugin/callbacks.h"
+#include "plugin/find_data.h"
+#include "plugin/state.h"
+#include "update/entry_writer.h"
+#include "update/listed_names.h"
+#include "update/raw_copy.h"
+#include "update/work_dir.h"
+
+namespace ace {
+namespace {
+
+// The disk path of the listed file that an entry name corresponds to: the
+// name without RelativePath and its backslash, behind InputPath when that is
+// set and paths are kept.
+void DiskPathForEntryName(const char* name, char* diskPath) {
+  const PluginState& s = State();
+  const size_t prefix = std::strlen(s.RelativePath);
+  if (prefix != 0 && std::strlen(name) > prefix) name += prefix + 1;
+  diskPath[0] = '\0';
+  if (s.InputPath[0] != '\0' && s.Comp.KeepPaths == 1) CopyText(diskPath, kPathBuffer, s.InputPath);
+  AppendText(diskPath, kPathBuffer, name);
+}
+
+// The replace question; `existing` describes what the archive holds now.
+// 0 replace, 1 keep the old one, 2 stop; other answers pass on as they are.
+int32_t AskReplace(const AceFindData& existing, const char* diskPath) {
+  AceFindData replacement;
+  if (!DiskFindData(diskPath, &replacement)) return 0;
+  const int32_t answer = CallOkToReplace(&existing, &replacement);
+  if (answer == 0) MakeFileWritable(diskPath);
+  return answer;
+}
+
+void AnnounceFile(const char* diskPath, const char* storedName) {
+  char shown[kPathField + 1] = "\\";
+  AppendText(shown, sizeof shown, storedName);
+  CallFileName(diskPath, shown);
+}
+
+}  // namespace
+
+void UpdateArchive(FileMaskList* files) {
+  PluginState& s = State();
+  SetStatus(AR_OK);
+  FileMaskList keep;
+  InitMaskList(&keep);
+  char temp[kPathField];
+  MakeTempNameBeside(s.ArchivePath, temp);
+  s.TargetHandle = FileOpen(temp, "wb");
+  if (s.TargetHandle == kNoFile) {
+    SetStatus(AR_IO_ERROR);
+    return;
+  }
+  ArcFileList entries;
+  InitArcFileList(&entries);
+  FileMaskList all;
+  InitMaskList(&all);
+  if (!AppendMask("*.*", &all)) {
+    DiscardTempArchive(temp);
+    return;
+  }
+  WalkArchive(&entries, &all);
+  DoneMaskList(&all);
+  auto fail = [&] {
+    DoneArcFileList(&entries);
+    DoneMaskList(&keep);
+    if (s.ArchiveHandle != kNoFile) FileClose(s.ArchiveHandle);
+    s.ArchiveHandle = kNoFile;
+    DiscardTempArchive(temp);
+  };
+  if (s.Status != 0) return fail();
+  s.ArchiveHandle = FileOpen(s.ArchivePath, "rb");
+  if (s.ArchiveHandle == kNoFile) {
+    SetStatus(AR_IO_ERROR);
+    return fail();
+  }
+  if (!CopyLeadingPart()) return fail();
+
+  char candidate[kPathBuffer * 2];
+  char diskPath[kPathBuffer * 2];
+  for (const ArcFileEntry* e = entries.First; e != nullptr && s.Status == 0; e = e->Next) {
+    const int64_t pos = e->HeaderPos.Low | (int64_t{e->HeaderPos.High} << 32);
+    const int64_t length = int64_t{e->HeaderSize} + (e->PackedSize.Low | (int64_t{e->PackedSize.High} << 32)) + 4;
+    if (e->HeaderType != 1 || !FindListedFile(e->Name, files, candidate, diskPath)) {
+      CopyRawRange(pos, length);
+      continue;
+    }
+    char entryDisk[kPathBuffer];
+    DiskPathForEntryName(e->Name, entryDisk);
+    AceFindData existing;
+    EntryFindData(*e, &existing);
+    const int32_t answer = AskReplace(existing, entryDisk);
+    if (answer == 1) {
+      if (CopyRawRange(pos, length) && !AppendMask(e->Name, &keep)) break;
+    } else if (answer == 2) {
+      SetStatus(AR_ABORTED);
+      return fail();
+    }
+    // Any other answer: the listed file takes the entry's place.
+  }
+  FileClose(s.ArchiveHandle);
+  s.ArchiveHandle = kNoFile;
+  if (s.Status != 0) return fail();
+
+  if (!InitCompressor()) {
+    fail();
+    SetStatus(AR_NO_MEMORY);
+    return;
+  }
+  char archiveName[kPathBuffer];
+  char path[kPathBuffer];
+  for (const FileMaskNode* node = files ? files->First : nullptr; node; node = node->Next) {
+    if (!FormListedNames(node, diskPath, archiveName, kPathBuffer)) {
+      SetStatus(AR_IO_ERROR);
+      break;
+    }
+    if (IsNameInList(archiveName, &keep, path)) continue;
+    AnnounceFile(diskPath, archiveName);
+    if (!AddFileToArchive(diskPath, archiveName) || s.Status != 0) break;
+  }
+  DoneCompressor();
+  if (s.Status != 0) return fail();
+  DoneArcFileList(&entries);
+  DoneMaskList(&keep);
+  const bool closed = FileClose(s.TargetHandle) != 0;
+  s.TargetHandle = kNoFile;
+  if (!closed) {
+    SetStatus(AR_IO_ERROR);
+    FileDelete(temp);
+    return;
+  }
+  PutArchiveInPlace(temp);
+}
+
+void RebuildSolidArchive(FileMaskList* files) {
+  PluginState& s = State();
+  SetStatus(AR_OK);
+  WorkDir work;
+  if (!work.Create()) return;  // 8902
+  char savedRelative[kPathField];
+  CopyText(savedRelative, sizeof savedRelative, s.RelativePath);
+  s.RelativePath[0] = '\0';
+  if (!work.Unpack()) {
+    CopyText(s.RelativePath, sizeof s.RelativePath, savedRelative);
+    return;
+  }
+  s.Comp.KeepPaths = 1;
+  FileWorkList unpacked{};
+  if (!work.Collect(&unpacked)) {
+    CopyText(s.RelativePath, sizeof s.RelativePath, savedRelative);
+    FreeFileWorkList(&unpacked);
+    return;
+  }
+  CopyText(s.RelativePath, sizeof s.RelativePath, savedRelative);
+
+  FileMaskList keep;
+  InitMaskList(&keep);
+  FileWorkList merged{};
+  auto release = [&] {
+    DoneMaskList(&keep);
+    FreeFileWorkList(&unpacked);
+    FreeFileWorkList(&merged);
+  };
+  char candidate[kPathBuffer * 2];
+  char diskPath[kPathBuffer * 2];
+  for (const FileWorkEntry* u = unpacked.First; u != nullptr; u = u->Next) {
+    if (!FindListedFile(u->ArchiveName, files, candidate, diskPath)) {
+      if (!AddFileWorkEntry(*u, &merged)) return release();
+      continue;
+    }
+    char listedDisk[kPathBuffer];
+    DiskPathForEntryName(u->ArchiveName, listedDisk);
+    AceFindData existing;
+    int32_t answer = 0;
+    if (DiskFindData(u->DiskPath, &existing)) answer = AskReplace(existing, listedDisk);
+    if (answer == 2) {
+      SetStatus(AR_ABORTED);
+      return release();
+    }
+    if (answer == 0 || answer == 1) {
+      if (!AppendMask(u->ArchiveName, &keep)) return release();
+      FileWorkEntry entry = *u;
+      if (answer == 0 && !CopyText(entry.DiskPath, sizeof entry.DiskPath, listedDisk)) {
+        SetStatus(AR_IO_ERROR);
+        return release();
+      }
+      if (!AddFileWorkEntry(entry, &merged)) return release();
+    }
+    // Other answers: the old file is dropped; the listed file comes from the
+    // host's list below.
+  }
+  char archiveName[kPathBuffer];
+  char path[kPathBuffer];
+  for (const FileMaskNode* node = files ? files->First : nullptr; node; node = node->Next) {
+    FileWorkEntry entry{};
+    if (!FormListedNames(node, entry.DiskPath, archiveName, sizeof entry.DiskPath)) {
+      SetStatus(AR_IO_ERROR);
+      return release();
+    }
+    if (IsNameInList(archiveName, &keep, path)) continue;
+    entry.ArchiveName[0] = '\0';
+    bool fits = true;
+    if (s.RelativePath[0] != '\0') {
+      fits = CopyText(entry.ArchiveName, sizeof entry.ArchiveName, s.RelativePath) &&
+             AppendText(entry.ArchiveName, sizeof entry.ArchiveName, "\\");
+    }
+    fits = AppendText(entry.ArchiveName, sizeof entry.ArchiveName, archiveName) && fits;
+    if (!fits) {
+      SetStatus(AR_IO_ERROR);
+      return release();
+    }
+    if (!AddFileWorkEntry(entry, &merged)) return release();
+  }
+  DoneMaskList(&keep);
+  if (files) DoneMaskList(files);
+  FreeFileWorkList(&unpacked);
+  OrderByExtension(&merged);
+
+  char temp[kPathField];
+  MakeTempNameBeside(s.ArchivePath, temp);
+  s.TargetHandle = FileOpen(temp, "wb");
+  if (s.TargetHandle == kNoFile) {
+    SetStatus(AR_IO_ERROR);
+    return release();
+  }
+  s.ArchiveHandle = FileOpen(s.ArchivePath, "rb");
+  if (s.ArchiveHandle == kNoFile) {
+    SetStatus(AR_IO_ERROR);
+    DiscardTempArchive(temp);
+    return release();
+  }
+  const bool copied = CopyLeadingPart();
+  FileClose(s.ArchiveHandle);
+  s.ArchiveHandle = kNoFile;
+  if (!copied) {
+    DiscardTempArchive(temp);
+    return release();
+  }
+  if (!InitCompressor()) {
+    DiscardTempArchive(temp);
+    release();
+    SetStatus(AR_NO_MEMORY);
+    return;
+  }
+  CopyText(savedRelative, sizeof savedRelative, s.RelativePath);
+  s.RelativePath[0] = '\0';
+  CallSignal(ScanTotal(), AR_SIGNAL_REBUILD);
+  SolidRun run;
+  for (const FileWorkEntry* e = merged.First; e != nullptr; e = e->Next) {
+    char shownPath[kPathField * 2];
+    char base[kPathBuffer];
+    char extension[kPathBuffer];
+    SplitPath(e->DiskPath, nullptr, nullptr, base, extension);
+    CopyText(shownPath, sizeof shownPath, s.TempPath);
+    AppendText(shownPath, sizeof shownPath, base);
+    AppendText(shownPath, sizeof shownPath, extension);
+    AnnounceFile(shownPath, e->ArchiveName);
+    const int result = AddFileToSolidArchive(e->DiskPath, e->ArchiveName, run.flagBits, run.fresh);
+    if (!AdvanceSolidRun(run, result)) break;
+  }
+  CopyText(s.RelativePath, sizeof s.RelativePath, savedRelative);
+  DoneCompressor();
+  if (s.Status != 0) {
+    DiscardTempArchive(temp);
+    return release();
+  }
+  const bool closed = FileClose(s.TargetHandle) != 0;
+  s.TargetHandle = kNoFile;
+  release();
+  if (!closed) {
+    SetStatus(AR_IO_ERROR);
+    FileDelete(temp);
+    return;
+  }
+  work.Remove();
+  PutArchiveInPlace(temp);
+}
+
+}  // namespace ace

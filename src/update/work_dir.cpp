@@ -1,0 +1,59 @@
+#include "update/work_dir.h"
+
+#include "fs/masks.h"
+#include "fs/path_ops.h"
+#include "fs/temp_names.h"
+
+namespace ace {
+
+WorkDir::WorkDir() { CopyText(savedOutput_, sizeof savedOutput_, State().OutputPath); }
+
+WorkDir::~WorkDir() {
+  Remove();
+  CopyText(State().OutputPath, sizeof State().OutputPath, savedOutput_);
+}
+
+bool WorkDir::Create() {
+  PluginState& s = State();
+  char temp[kPathField];
+  const DWORD n = GetTempPathA(sizeof temp, temp);
+  if (n != 0 && n < sizeof temp) AddTrailingBackslash(temp, s.TempPath);
+  if (!MakeTempDirName(path_, sizeof path_) || !CreateDirectoryA(path_, nullptr)) {
+    SetStatus(AR_TEMP_DIR_FAILED);
+    return false;
+  }
+  created_ = true;
+  return true;
+}
+
+bool WorkDir::Unpack() {
+  PluginState& s = State();
+  SetOutputPath(path_);
+  arOptionsOn(0x0001);
+  FileMaskList all;
+  InitMaskList(&all);
+  if (!AppendMask("*.*", &all)) return false;
+  const int32_t restore = s.Decomp.RestorePaths;
+  s.Decomp.RestorePaths = 1;
+  ExtractFileMaskListArc(&all);
+  s.Decomp.RestorePaths = restore;
+  DoneMaskList(&all);
+  if (s.Status == AR_DISK_FULL) s.Status = AR_UNPACK_FAILED;
+  return s.Status == 0;
+}
+
+bool WorkDir::Collect(FileWorkList* files) {
+  FileMaskList found;
+  InitMaskList(&found);
+  CollectFiles(path_, "*.*", &found);
+  if (Status() == 0) FileWorkListFromMasks(&found, files, path_);
+  DoneMaskList(&found);
+  return Status() == 0;
+}
+
+void WorkDir::Remove() {
+  if (created_) RemoveTree(path_, "*.*");
+  created_ = false;
+}
+
+}  // namespace ace
