@@ -6,6 +6,7 @@
 #include "fs/dir_scan.h"
 #include "fs/ext_order.h"
 #include "fs/file_layer.h"
+#include "fs/path_ops.h"
 #include "plugin/callbacks.h"
 #include "plugin/state.h"
 #include "update/entry_writer.h"
@@ -62,7 +63,6 @@ void CreatePlain(const FileMaskList* files) {
 }
 
 void CreateSolid(const FileMaskList* files) {
-  PluginState& s = State();
   FileWorkList work{};
   for (const FileMaskNode* node = files->First; node != nullptr; node = node->Next) {
     FileWorkEntry entry{};

