@@ -15,4 +15,6 @@ run() {
 run native -DCMAKE_BUILD_TYPE=Release
 run m32 -DCMAKE_BUILD_TYPE=Release -DACEPLUG_M32=ON -DACEPLUG_BUILD_CLI=OFF
 run asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DACEPLUG_SANITIZE=ON
-echo "all three builds passed"
+echo "==== decoder fuzzing (${FUZZ_SECONDS:-60} s) ===="
+bash scripts/fuzz.sh "${FUZZ_SECONDS:-60}" 2>&1 | tail -n 5
+echo "all three builds passed; the fuzzer found nothing"
