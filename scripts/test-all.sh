@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds and runs the whole suite three ways: native 64-bit, 32-bit (-m32, which
-# proves the record layouts) and under AddressSanitizer + UndefinedBehaviorSanitizer.
+# proves the record layouts) and under AddressSanitizer + UndefinedBehaviorSanitizer,
+# then fuzzes the LZ77 decoder for FUZZ_SECONDS (default 60).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 jobs=$(nproc)
