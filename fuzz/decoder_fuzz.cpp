@@ -58,8 +58,8 @@ void DecodeOnce(ace::Lz77Decoder& decoder, const uint8_t* packed, size_t packedS
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 4) return 0;
   const uint8_t flags = data[0];
-  // Capped so that one input cannot ask for more than a few MB of output.
-  const uint32_t unpacked = (data[1] | data[2] << 8 | data[3] << 16) & 0x3FFFFF;
+  // Capped at 1 MiB so that one input cannot ask for much output and slow the search down.
+  const uint32_t unpacked = (data[1] | data[2] << 8 | data[3] << 16) & 0xFFFFF;
   static const uint32_t kChunks[4] = {1u << 16, 1, 77, 1u << 20};
   static const size_t kPieces[4] = {1u << 20, 1, 3, 4096};
 

@@ -24,7 +24,7 @@ vectors=../shared/vectors
 if [ -f "$vectors/packed.tsv" ]; then
   while IFS=$'\t' read -r input _dict _level _run size _crc packed_size packed; do
     [ "$input" = input ] && continue
-    [ "$size" -lt 4194304 ] && [ "$packed_size" -le 16384 ] || continue
+    [ "$size" -lt 1048576 ] && [ "$packed_size" -le 16384 ] || continue
     {
       byte 0; byte $((size & 255)); byte $(((size >> 8) & 255)); byte $(((size >> 16) & 255))
       cat "$vectors/$packed"

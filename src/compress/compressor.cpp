@@ -2,6 +2,7 @@
 
 #include "compress/compressor_core.h"
 #include "compress/hash_chain.h"
+#include "compress/optimal_engine.h"
 #include "format/crc32.h"
 
 namespace ace {
@@ -15,10 +16,7 @@ constexpr int32_t kPercentScaleLimit = 0x1400000;
 // compressor does not serve.
 const EngineOps* SelectEngine(int32_t dictionaryKB, int32_t level) {
   if (DictionaryCodeForKB(dictionaryKB) < 0) return nullptr;
-  // 1024 KB at level 4 belongs to the optimal engine. Until it is built in,
-  // the hash-chain engine serves it with the longest chain walks (limit 256),
-  // which gives valid data of a slightly lower ratio.
-  (void)level;
+  if (dictionaryKB == 1024 && level == 4) return OptimalEngineOps();
   return HashChainEngineOps(dictionaryKB);
 }
 

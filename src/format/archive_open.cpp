@@ -44,9 +44,7 @@ int32_t ReadWindow(FileHandle file, int32_t from, Window& window) {
   return got;
 }
 
-int32_t SolidDictionaryOfCode(int code) {
-  return code >= 7 && code <= 10 ? 128 << (code - 7) : 0;
-}
+int32_t SolidDictionaryOfCode(int code) { return code >= 7 && code <= 10 ? 128 << (code - 7) : 0; }
 
 }  // namespace
 

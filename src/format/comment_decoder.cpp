@@ -158,8 +158,7 @@ int ReadCodeWidths(CommentBitReader& reader, int maxwidth, uint16_t* table, uint
   return MakeDecodeTable(maxwidth, last, widths, table);
 }
 
-int DecodeCommentStream(const CommentSource& source, uint8_t* input, char* text,
-                        int32_t* length) {
+int DecodeCommentStream(const CommentSource& source, uint8_t* input, char* text, int32_t* length) {
   CommentBitReader reader(source, input);
   reader.Start();
   const int32_t total = static_cast<int32_t>(reader.Word(0) >> 17);
@@ -228,7 +227,8 @@ int DecodeCommentBytes(const uint8_t* data, size_t size, char* text, int32_t* le
 
 int AllocCommentBuffers() {
   PluginState& s = State();
-  if (s.CommentText == nullptr) s.CommentText = static_cast<char*>(std::calloc(kCommentTextSize, 1));
+  if (s.CommentText == nullptr)
+    s.CommentText = static_cast<char*>(std::calloc(kCommentTextSize, 1));
   if (g_input == nullptr) g_input = static_cast<uint8_t*>(std::calloc(kCommentInputSize, 1));
   if (s.CommentText == nullptr || g_input == nullptr) {
     FreeCommentBuffers();

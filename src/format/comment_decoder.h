@@ -9,12 +9,12 @@
 
 namespace ace {
 
-inline constexpr int32_t kCommentTextSize = 65536;   // output buffer (CommentText)
-inline constexpr int32_t kCommentInputSize = 4096;   // input buffer, 1,024 words
+inline constexpr int32_t kCommentTextSize = 65536;  // output buffer (CommentText)
+inline constexpr int32_t kCommentInputSize = 4096;  // input buffer, 1,024 words
 inline constexpr int kCommentInputWords = kCommentInputSize / 4;
-inline constexpr int kMainCodeBits = 11;             // main table: 2,048 entries
-inline constexpr int kWidthCodeBits = 7;             // width-code table: 128 entries
-inline constexpr int kMainSymbols = 283;             // 256 literals, 27 copy lengths
+inline constexpr int kMainCodeBits = 11;  // main table: 2,048 entries
+inline constexpr int kWidthCodeBits = 7;  // width-code table: 128 entries
+inline constexpr int kMainSymbols = 283;  // 256 literals, 27 copy lengths
 inline constexpr int kWidthSymbols = 16;
 
 // Where the compressed bytes come from: `read` fills up to `count` bytes and
@@ -72,8 +72,7 @@ int ReadCodeWidths(CommentBitReader& reader, int maxwidth, uint16_t* table, uint
 // The decoder proper over any source. `input` is kCommentInputSize bytes and
 // `text` kCommentTextSize bytes; the text is NUL-terminated at `*length`
 // (at most 32,767). 1 on success, 0 when the code tables cannot be built.
-int DecodeCommentStream(const CommentSource& source, uint8_t* input, char* text,
-                        int32_t* length);
+int DecodeCommentStream(const CommentSource& source, uint8_t* input, char* text, int32_t* length);
 
 // The same over a block of bytes in memory, with the caller's text buffer of
 // kCommentTextSize bytes.

@@ -3,14 +3,14 @@
 #include <cstring>
 
 #include "format/crc32.h"
+#include "format/header_format.h"
 
 namespace ace {
 namespace {
 
-constexpr char kSignature[] = "**ACE**";
-constexpr int kSignatureLength = 7;
+constexpr int32_t kSignatureAt = static_cast<int32_t>(kSignatureOffset);
 
-uint16_t Word(const uint8_t* p) { return static_cast<uint16_t>(p[0] | p[1] << 8); }
+uint16_t Word(const uint8_t* p) { return LoadU16(p); }
 
 bool ChecksumMatches(const uint8_t* checked, int32_t length, uint16_t stored) {
   return (Crc32Update(kCrcInit, checked, static_cast<size_t>(length)) & 0xFFFFu) == stored;
@@ -22,9 +22,9 @@ MainHeaderScan ScanMainHeader(const uint8_t* bytes, int32_t count) {
   MainHeaderScan scan;
   // The signature stands 7 bytes into the header and the fixed fields run 24
   // bytes past it; no candidate fits in fewer bytes.
-  for (int32_t i = kSignatureLength; i < count - 33; ++i) {
-    if (std::memcmp(bytes + i, kSignature, kSignatureLength) != 0) continue;
-    const uint8_t* h = bytes + i - kSignatureLength;
+  for (int32_t i = kSignatureAt; i < count - 33; ++i) {
+    if (std::memcmp(bytes + i, kAceSignature, kSignatureSize) != 0) continue;
+    const uint8_t* h = bytes + i - kSignatureAt;
     scan.sawCandidate = true;
     scan.extractVersion = h[14];
     scan.hostOS = h[16];
@@ -32,9 +32,9 @@ MainHeaderScan ScanMainHeader(const uint8_t* bytes, int32_t count) {
     const uint16_t flags = Word(h + 5);
     if (flags & 0x4000) scan.locked = true;
     const int32_t headSize = Word(h + 2);
-    if (i - kSignatureLength + 4 + headSize > count) continue;
+    if (i - kSignatureAt + 4 + headSize > count) continue;
     if (!ChecksumMatches(h + 4, headSize, Word(h))) continue;
-    scan.position = i - kSignatureLength;
+    scan.position = i - kSignatureAt;
     scan.size = headSize + 4;
     scan.flags = flags;
     scan.advertSize = h[30];

@@ -51,7 +51,7 @@ std::vector<VectorRow> LoadRows() {
   return rows;
 }
 
-// 1024 KB at level 4 is the optimal engine's setting.
+// 1024 KB at level 4 is the optimal engine's setting (optimal_engine_test.cpp).
 bool IsOptimalRow(const VectorRow& r) { return r.dictionaryKB == 1024 && r.level == 4; }
 
 void ExpectRow(const VectorRow& row, const acetest::PackResult& got) {
@@ -105,11 +105,6 @@ TEST(GoldenVectors, SolidRuns) {
     ASSERT_EQ(results.size(), files.size());
     for (size_t i = 0; i < files.size(); ++i) ExpectRow(files[i], results[i]);
   }
-}
-
-TEST(GoldenVectors, OptimalEngineRows) {
-  GTEST_SKIP() << "the 1024 KB level-4 rows are the optimal engine's; it is not built in yet "
-                  "and that setting runs the hash-chain engine meanwhile";
 }
 
 }  // namespace

@@ -18,8 +18,8 @@ Bytes Header(const Bytes& body, bool badChecksum, int32_t headSize) {
   const uint32_t crc = ace::Crc32Update(ace::kCrcInit, body.data(), body.size()) & 0xFFFF;
   Bytes out;
   PutWord(out, badChecksum ? crc ^ 0x5A5A : crc);
-  PutWord(out, headSize >= 0 ? static_cast<uint32_t>(headSize)
-                             : static_cast<uint32_t>(body.size()));
+  PutWord(out,
+          headSize >= 0 ? static_cast<uint32_t>(headSize) : static_cast<uint32_t>(body.size()));
   out.insert(out.end(), body.begin(), body.end());
   return out;
 }

@@ -17,13 +17,13 @@ struct MainSpec {
   uint8_t createdVersion = 20;
   uint8_t host = 2;
   std::string advert = "aceplug test archive  ";
-  Bytes comment;           // a comment block (sets flag 0x0002 when not empty)
+  Bytes comment;  // a comment block (sets flag 0x0002 when not empty)
   bool badChecksum = false;
 };
 
 struct FileSpec {
-  std::string name;        // stored bytes (OEM code page)
-  Bytes data;              // the entry data after the header
+  std::string name;  // stored bytes (OEM code page)
+  Bytes data;        // the entry data after the header
   uint32_t origSize = 0;
   uint32_t time = 0x21210000;
   uint32_t attr = 0x20;
@@ -31,7 +31,7 @@ struct FileSpec {
   uint8_t method = 0;
   uint16_t parm = 6;
   uint16_t flags = 0x0001;
-  Bytes comment;           // a comment block (sets flag 0x0002 when not empty)
+  Bytes comment;  // a comment block (sets flag 0x0002 when not empty)
   // Overrides for damaged headers; -1 keeps the real value.
   int64_t packSize = -1;
   int32_t headSize = -1;

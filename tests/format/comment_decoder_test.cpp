@@ -92,8 +92,8 @@ TEST(MakeDecodeTable, Cases) {
     SCOPED_TRACE(c.what);
     std::vector<uint8_t> widths = c.widths;
     std::vector<uint16_t> table(size_t{1} << c.maxwidth);
-    EXPECT_EQ(ace::MakeDecodeTable(c.maxwidth, static_cast<int>(widths.size()) - 1,
-                                   widths.data(), table.data()),
+    EXPECT_EQ(ace::MakeDecodeTable(c.maxwidth, static_cast<int>(widths.size()) - 1, widths.data(),
+                                   table.data()),
               c.result);
   }
 }
@@ -134,11 +134,11 @@ TEST(CommentDecoder, AllWidthsZeroRepeatTheSymbolSortedFirst) {
   // 66 symbols, all unused: the widths come as runs of zeros under a width
   // code of one symbol (which itself costs 1 bit).
   BitWriter w;
-  w.Put(4, 15);       // text length
-  w.Put(65, 9);       // last symbol
-  w.Put(0, 4);        // low
-  w.Put(0, 4);        // top: only the run symbol
-  w.Put(0, 3);        // its width 0 -> 1 bit
+  w.Put(4, 15);  // text length
+  w.Put(65, 9);  // last symbol
+  w.Put(0, 4);   // low
+  w.Put(0, 4);   // top: only the run symbol
+  w.Put(0, 3);   // its width 0 -> 1 bit
   for (int run : {19, 19, 19, 9}) {
     w.Put(0, 1);
     w.Put(static_cast<uint32_t>(run - 4), 4);
@@ -159,9 +159,9 @@ TEST(CommentDecoder, SingleWidthCodeFillsOnlyItsEntries) {
   // which then repeats without consuming bits.
   BitWriter w;
   w.Put(5, 15);
-  w.Put(2, 9);   // symbols 0..2
-  w.Put(0, 4);   // low
-  w.Put(4, 4);   // top: values 0..3 and the run symbol 4
+  w.Put(2, 9);  // symbols 0..2
+  w.Put(0, 4);  // low
+  w.Put(4, 4);  // top: values 0..3 and the run symbol 4
   for (int k = 0; k <= 4; ++k) w.Put(3, 3);
   const auto code = acetest::CanonicalCodes(std::vector<uint8_t>(5, 3), 7);
   for (int value : {0, 0, 3}) w.Put(code[value], 3);
@@ -212,7 +212,8 @@ TEST(CommentDecoder, RoundTrips) {
       {"one byte", "Z"},
       {"repeats", std::string(500, 'q')},
       {"bytes of 128 and above hash unsigned", high},
-      {"all byte values", [] {
+      {"all byte values",
+       [] {
          std::string s;
          for (int k = 0; k < 512; ++k) s += static_cast<char>(k & 0xFF);
          return s;

@@ -33,10 +33,10 @@ std::vector<uint32_t> CanonicalCodes(const std::vector<uint8_t>& widths, int max
 void PutCodeWidths(BitWriter& out, const std::vector<uint8_t>& widths, int low);
 
 struct EncodedComment {
-  std::vector<uint8_t> block;     // starts with the 15-bit length
-  std::vector<uint8_t> widths;    // the main code's widths as sent
-  size_t symbolsStart = 0;        // bit position of the first main symbol
-  std::vector<int> symbols;       // the main symbols written
+  std::vector<uint8_t> block;   // starts with the 15-bit length
+  std::vector<uint8_t> widths;  // the main code's widths as sent
+  size_t symbolsStart = 0;      // bit position of the first main symbol
+  std::vector<int> symbols;     // the main symbols written
 };
 
 // Encodes `text` (at most 32,767 bytes). With `copies`, repeats that the

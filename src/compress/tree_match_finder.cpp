@@ -1,0 +1,335 @@
+#include "compress/tree_match_finder.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include "format/crc32.h"
+
+#ifdef __linux__
+#include <sys/mman.h>
+#endif
+
+namespace ace {
+namespace {
+
+constexpr uint32_t kLinkMask = kTreeDictionary - 1;
+
+static_assert(uint64_t{kTreeHistorySize} + kTreeLookahead <= 0x7FFFFFFFu);
+static_assert((kTreeDictionary & kLinkMask) == 0, "the link rings are indexed by masking");
+
+// The tables are read at random: on Linux, ask for huge pages so that tree
+// walks do not miss the TLB at every step. Zero-filled like calloc.
+template <typename T>
+T* Allocate(uint32_t count) {
+  constexpr size_t kHuge = size_t{2} << 20;
+  const size_t size = size_t{count} * sizeof(T);
+  if (size < kHuge) return static_cast<T*>(std::calloc(count, sizeof(T)));
+  const size_t rounded = (size + kHuge - 1) / kHuge * kHuge;
+  void* p = std::aligned_alloc(kHuge, rounded);
+  if (p == nullptr) return nullptr;
+#ifdef __linux__
+  madvise(p, rounded, MADV_HUGEPAGE);
+#endif
+  std::memset(p, 0, size);
+  return static_cast<T*>(p);
+}
+
+template <typename T>
+void Free(T*& p) {
+  std::free(p);
+  p = nullptr;
+}
+
+uint32_t LastSafe(const TreeMatchFinder& mf) {
+  return mf.base + kTreeHistorySize - kTreeLookahead;
+}
+
+void SetPosLimit(TreeMatchFinder& mf) {
+  if (!mf.inputEnded) {
+    mf.posLimit = mf.end - kTreeLookahead;
+  } else {
+    const uint32_t lastSafe = LastSafe(mf);
+    mf.posLimit = mf.end < lastSafe ? mf.end : lastSafe;
+  }
+}
+
+// Fills the history from the end of the data towards its end, until the data
+// reaches kTreeLookahead bytes past the position or the input ends.
+void Fill(TreeMatchFinder& mf) {
+  while (!mf.inputEnded) {
+    const uint32_t room = mf.base + kTreeHistorySize - mf.end;
+    if (room == 0) break;
+    if (mf.waitLength == 0) {
+      if (mf.stagePlace == kTreeStagingSize) mf.stagePlace = 0;
+      const uint32_t n = mf.reader(mf.readerContext, mf.staging + mf.stagePlace,
+                                   kTreeStagingSize - mf.stagePlace);
+      if (n == 0) {
+        mf.inputEnded = true;
+        break;
+      }
+      mf.waitStart = mf.stagePlace;
+      mf.waitLength = n;
+      mf.stagePlace += n;
+    }
+    const uint32_t take = mf.waitLength < room ? mf.waitLength : room;
+    std::memcpy(mf.history + (mf.end - mf.base), mf.staging + mf.waitStart, take);
+    mf.end += take;
+    mf.waitStart += take;
+    mf.waitLength -= take;
+    if (mf.end - mf.pos >= kTreeLookahead) break;
+  }
+  SetPosLimit(mf);
+}
+
+// Keeps exactly kTreeHistoryBefore bytes before the position.
+void MoveDown(TreeMatchFinder& mf) {
+  const uint32_t newBase = mf.pos - kTreeHistoryBefore;
+  const uint32_t shift = newBase - mf.base;
+  std::memmove(mf.history, mf.history + shift, mf.end - newBase);
+  mf.base = newBase;
+}
+
+void LowerTable(uint32_t* table, uint32_t count, uint32_t amount) {
+  for (uint32_t i = 0; i < count; ++i) table[i] = table[i] > amount ? table[i] - amount : 0;
+}
+
+// Positions that would fall below the oldest usable one become "none".
+void LowerPositions(TreeMatchFinder& mf) {
+  const uint32_t amount = mf.pos - kTreeDictionary - 1;
+  LowerTable(mf.pairHead, kTreePairEntries, amount);
+  LowerTable(mf.tripleHead, kTreeTripleEntries, amount);
+  LowerTable(mf.treeHead, kTreeHeadEntries, amount);
+  LowerTable(mf.smaller, kTreeDictionary, amount);
+  LowerTable(mf.larger, kTreeDictionary, amount);
+  mf.linkOffset += amount;  // each position keeps its link entries
+  mf.pos -= amount;
+  mf.end -= amount;
+  mf.posLimit -= amount;
+  mf.base -= amount;
+}
+
+void Advance(TreeMatchFinder& mf) {
+  ++mf.pos;
+  if (mf.pos > mf.posLimit) {
+    if (mf.pos > LastSafe(mf)) MoveDown(mf);
+    Fill(mf);
+  }
+  if (mf.pos == kTreePositionCeiling) LowerPositions(mf);
+}
+
+// Inserts position p into the tree of its 4-byte hash. With `record`, every
+// new longest common length enters matchDistance; returns the longest.
+template <bool record>
+uint32_t InsertIntoTree(TreeMatchFinder& mf, uint32_t hash, uint32_t limit, uint32_t minPos) {
+  const uint32_t p = mf.pos;
+  const uint8_t* cur = mf.history + (p - mf.base);
+  uint32_t c = mf.treeHead[hash];
+  mf.treeHead[hash] = p;
+  uint32_t* smaller = mf.smaller;
+  uint32_t* larger = mf.larger;
+  const uint32_t offset = mf.linkOffset;
+  uint32_t* openSmaller = &smaller[(p + offset) & kLinkMask];
+  uint32_t* openLarger = &larger[(p + offset) & kLinkMask];
+  if (limit < kTreeMatchLimit) {
+    // Too close to the end of the data to sort p among full-length keys.
+    *openSmaller = 0;
+    *openLarger = 0;
+    return 0;
+  }
+  // The candidate exactly one dictionary back shares p's link entries; it is
+  // still compared, but since it drops out of reach with this step its
+  // subtrees are never needed again, and the walk ends there.
+  const uint32_t ringTwin = p > kTreeDictionary ? p - kTreeDictionary : 0;
+  uint32_t lenSmaller = 0;
+  uint32_t lenLarger = 0;
+  uint32_t best = 0;
+  uint32_t visits = kTreeCutValue;
+  while (c >= minPos && visits-- > 0) {
+    const uint8_t* cand = mf.history + (c - mf.base);
+    uint32_t len = lenSmaller < lenLarger ? lenSmaller : lenLarger;
+    while (len < limit && cand[len] == cur[len]) ++len;
+    if constexpr (record) {
+      if (len > best) {
+        const uint32_t distance = p - c - 1;
+        for (uint32_t m = best + 1; m <= len; ++m) mf.matchDistance[m] = distance;
+        best = len;
+      }
+    }
+    if (c == ringTwin) break;
+    const uint32_t slot = (c + offset) & kLinkMask;
+    if (len == limit) {
+      *openSmaller = smaller[slot];
+      *openLarger = larger[slot];
+      return best;
+    }
+    if (cand[len] > cur[len]) {
+      *openLarger = c;
+      openLarger = &smaller[slot];
+      c = *openLarger;
+      lenLarger = len;
+    } else {
+      *openSmaller = c;
+      openSmaller = &larger[slot];
+      c = *openSmaller;
+      lenSmaller = len;
+    }
+  }
+  *openSmaller = 0;
+  *openLarger = 0;
+  return best;
+}
+
+struct Hashes {
+  uint32_t pair;
+  uint32_t triple;
+  uint32_t tree;
+};
+
+inline Hashes HashAt(const uint8_t* b) {
+  const uint32_t t1 = kCrcTable[b[1]];
+  Hashes h;
+  h.pair = (t1 ^ (b[0] + 256u * b[1])) & 0x3FFu;
+  h.triple = ((t1 ^ b[2]) & 0x3FFFFu) ^ (uint32_t{b[0]} << 10);
+  h.tree = ((kCrcTable[b[2]] ^ b[3]) & 0xFFFFFu) ^ (((t1 & 0xFFFu) ^ (uint32_t{b[0]} << 4)) << 8);
+  return h;
+}
+
+// Limit of the tree comparison at the position; 0 when fewer than 4 bytes
+// remain, in which case nothing is inserted.
+inline uint32_t CompareLimit(const TreeMatchFinder& mf) {
+  const uint32_t available = mf.end - mf.pos;
+  if (available < 4) return 0;
+  return available < kTreeMatchLimit ? available : kTreeMatchLimit;
+}
+
+inline uint32_t OldestUsable(uint32_t p) { return p > kTreeDictionary ? p - kTreeDictionary : 1; }
+
+}  // namespace
+
+bool SetupTreeMatchFinder(TreeMatchFinder& mf) {
+  ReleaseTreeMatchFinder(mf);
+  mf.history = Allocate<uint8_t>(kTreeHistorySize);
+  mf.staging = Allocate<uint8_t>(kTreeStagingSize);
+  mf.pairHead = Allocate<uint32_t>(kTreePairEntries);
+  mf.tripleHead = Allocate<uint32_t>(kTreeTripleEntries);
+  mf.treeHead = Allocate<uint32_t>(kTreeHeadEntries);
+  mf.smaller = Allocate<uint32_t>(kTreeDictionary);
+  mf.larger = Allocate<uint32_t>(kTreeDictionary);
+  if (!mf.history || !mf.staging || !mf.pairHead || !mf.tripleHead || !mf.treeHead ||
+      !mf.smaller || !mf.larger) {
+    ReleaseTreeMatchFinder(mf);
+    return false;
+  }
+  return true;
+}
+
+void ReleaseTreeMatchFinder(TreeMatchFinder& mf) {
+  Free(mf.history);
+  Free(mf.staging);
+  Free(mf.pairHead);
+  Free(mf.tripleHead);
+  Free(mf.treeHead);
+  Free(mf.smaller);
+  Free(mf.larger);
+}
+
+void StartTreeMatchFinder(TreeMatchFinder& mf, TreeInputReader reader, void* context,
+                          uint32_t firstPosition) {
+  mf.reader = reader;
+  mf.readerContext = context;
+  mf.stagePlace = 0;
+  mf.waitStart = 0;
+  mf.waitLength = 0;
+  mf.inputEnded = false;
+  mf.linkOffset = 0;
+  mf.base = firstPosition;
+  mf.pos = firstPosition;
+  mf.end = firstPosition;
+  std::memset(mf.pairHead, 0, kTreePairEntries * sizeof(uint32_t));
+  std::memset(mf.tripleHead, 0, kTreeTripleEntries * sizeof(uint32_t));
+  std::memset(mf.treeHead, 0, kTreeHeadEntries * sizeof(uint32_t));
+  Fill(mf);
+}
+
+void ContinueTreeMatchFinder(TreeMatchFinder& mf, TreeInputReader reader, void* context) {
+  mf.reader = reader;
+  mf.readerContext = context;
+  mf.waitStart = mf.stagePlace;
+  mf.waitLength = 0;
+  mf.inputEnded = false;
+  // Whatever an interrupted file left unread is not part of the history.
+  mf.end = mf.pos;
+  if (mf.pos > LastSafe(mf)) MoveDown(mf);
+  Fill(mf);
+}
+
+uint32_t FindMatches(TreeMatchFinder& mf) {
+  const uint32_t limit = CompareLimit(mf);
+  if (limit == 0) {
+    Advance(mf);
+    return 0;
+  }
+  const uint32_t p = mf.pos;
+  const uint8_t* cur = mf.history + (p - mf.base);
+  const uint32_t minPos = OldestUsable(p);
+  const Hashes h = HashAt(cur);
+
+  constexpr uint32_t kNone = 0xFFFFFFFFu;
+  uint32_t near2 = kNone;
+  uint32_t near3 = kNone;
+  const uint32_t q2 = mf.pairHead[h.pair];
+  mf.pairHead[h.pair] = p;
+  if (q2 >= minPos) {
+    const uint8_t* q = mf.history + (q2 - mf.base);
+    if (q[0] == cur[0] && q[1] == cur[1]) near2 = p - q2 - 1;
+  }
+  const uint32_t q3 = mf.tripleHead[h.triple];
+  mf.tripleHead[h.triple] = p;
+  if (q3 >= minPos) {
+    const uint8_t* q = mf.history + (q3 - mf.base);
+    if (q[0] == cur[0] && q[1] == cur[1] && q[2] == cur[2]) near3 = p - q3 - 1;
+  }
+  // A 3-byte match also serves length 2 when it is the nearer one.
+  if (near3 < near2) near2 = near3;
+
+  uint32_t best = InsertIntoTree<true>(mf, h.tree, limit, minPos);
+  uint32_t* dist = mf.matchDistance;
+  if (near2 != kNone) {
+    if (best < 2) {
+      dist[2] = near2;
+      best = 2;
+    } else if (near2 < dist[2]) {
+      dist[2] = near2;
+    }
+  }
+  if (near3 != kNone) {
+    if (best < 3) {
+      dist[3] = near3;
+      best = 3;
+    } else if (near3 < dist[3]) {
+      dist[3] = near3;
+    }
+  }
+  if (best == kTreeMatchLimit) {
+    const uint32_t available = mf.end - p;
+    const uint32_t most = available < kTreeMaxMatch ? available : kTreeMaxMatch;
+    const uint8_t* src = cur - dist[kTreeMatchLimit] - 1;
+    while (best < most && src[best] == cur[best]) ++best;
+  }
+  Advance(mf);
+  return best;
+}
+
+void SkipPosition(TreeMatchFinder& mf) {
+  const uint32_t limit = CompareLimit(mf);
+  if (limit != 0) {
+    const uint32_t p = mf.pos;
+    const Hashes h = HashAt(mf.history + (p - mf.base));
+    mf.pairHead[h.pair] = p;
+    mf.tripleHead[h.triple] = p;
+    InsertIntoTree<false>(mf, h.tree, limit, OldestUsable(p));
+  }
+  Advance(mf);
+}
+
+}  // namespace ace
