@@ -4,6 +4,7 @@
 #include <poll.h>
 #include <pty.h>
 #include <signal.h>
+#include <grp.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -64,7 +65,7 @@ int WaitChild(pid_t child, std::chrono::seconds timeout) {
 
 fs::path AcearcPath() { return acetest::BinDir() / "acearc"; }
 
-RunResult RunAcearc(const std::vector<std::string>& args, const fs::path& cwd) {
+RunResult RunAcearc(const std::vector<std::string>& args, const fs::path& cwd, int asUser) {
   acetest::TempDir capture;
   fs::path outPath = capture.path() / "out";
   fs::path errPath = capture.path() / "err";
@@ -82,6 +83,12 @@ RunResult RunAcearc(const std::vector<std::string>& args, const fs::path& cwd) {
     dup2(in, 0);
     dup2(out, 1);
     dup2(err, 2);
+    if (asUser >= 0) {
+      gid_t group = static_cast<gid_t>(asUser);
+      if (setgroups(0, nullptr) != 0 || setgid(group) != 0 || setuid(static_cast<uid_t>(asUser)) != 0) {
+        _exit(125);
+      }
+    }
     execv(argv[0], argv.data());
     _exit(127);
   }

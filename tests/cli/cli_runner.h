@@ -20,8 +20,10 @@ struct RunResult {
 
 std::filesystem::path AcearcPath();
 
-// Runs acearc with `args` in `cwd` (the test's folder when empty).
-RunResult RunAcearc(const std::vector<std::string>& args, const std::filesystem::path& cwd = {});
+// Runs acearc with `args` in `cwd` (the test's folder when empty); with
+// `asUser` >= 0 it runs under that user id (the tests run as root in CI).
+RunResult RunAcearc(const std::vector<std::string>& args, const std::filesystem::path& cwd = {},
+                    int asUser = -1);
 
 // acearc under a pseudo-terminal: stdin, stdout and stderr are the terminal.
 class TerminalSession {
