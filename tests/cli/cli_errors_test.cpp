@@ -218,7 +218,13 @@ TEST(CliInterrupt, CtrlCStopsCleanlyWithFour) {
     execl(AcearcPath().c_str(), "acearc", "a", "-m", "0", "big.ace", "big", nullptr);
     _exit(127);
   }
-  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  // The signal goes once the archive is being written, which is after acearc
+  // has set up its handling.
+  auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  while (!fs::exists(dir.path() / "big.ace") && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
   kill(child, SIGINT);
   int status = 0;
   waitpid(child, &status, 0);
