@@ -55,6 +55,25 @@ TEST_F(CliWithArchive, ExistingFilesAreNotOverwrittenWithoutATerminal) {
   EXPECT_EQ(Text(shortTxt), Text(GoldenSource("short.txt")));
 }
 
+TEST_F(CliWithArchive, WithoutATerminalEachFileGetsALineAndQuietGetsNone) {
+  RunResult plain = RunHere({"x", "s.ace", "-o", "plain"});
+  SKIP_IF_NOT_LANDED(plain, "extraction");
+  ASSERT_EQ(plain.exitCode, 0) << plain.err;
+  for (const char* name : {"docs/alice29.txt", "data/lcg8k", "short.txt"}) {
+    EXPECT_NE(plain.err.find(std::string("extracting ") + name + "\n"), std::string::npos) << name;
+  }
+  EXPECT_EQ(plain.err.find('\r'), std::string::npos) << "no bar without a terminal";
+  EXPECT_NE(plain.out.find("s.ace: 5 files extracted to plain"), std::string::npos) << plain.out;
+
+  for (const std::vector<std::string>& args :
+       {std::vector<std::string>{"x", "-q", "s.ace", "-o", "quiet"},
+        std::vector<std::string>{"t", "-q", "s.ace"}, std::vector<std::string>{"-q", "t", "s.ace"}}) {
+    RunResult quiet = RunHere(args);
+    EXPECT_EQ(quiet.exitCode, 0) << quiet.err;
+    EXPECT_EQ(quiet.out + quiet.err, "");
+  }
+}
+
 TEST_F(CliWithArchive, DamagedDataIsNamedAndExitsWithThree) {
   Json listing = ListJson(Path("s.ace"));
   const Json* lcg = FindEntry(listing, "data/lcg8k");
