@@ -1,6 +1,7 @@
 // acearc at a terminal, driven through a pseudo-terminal like a user at the
 // keyboard: the overwrite and password questions, and the progress bar.
 #include "cli/cli_fixture.h"
+#include "support/ace_builder.h"
 
 namespace clitest {
 namespace {
@@ -83,6 +84,62 @@ TEST_F(CliTerminal, PasswordIsAskedWithoutEcho) {
   session.Finish();
   EXPECT_EQ(session.screen().find("hunter2"), std::string::npos) << session.screen();
   EXPECT_EQ(session.screen().find("no terminal"), std::string::npos) << session.screen();
+}
+
+}  // namespace
+}  // namespace clitest
+
+namespace clitest {
+namespace {
+
+// A two-volume set whose second volume lies in another folder: set.ace holds
+// first.txt and the start of span.bin, disk2/set.c00 the rest and last.txt.
+class CliVolumes : public testing::Test {
+ protected:
+  void SetUp() override {
+    using acetest::AceEntry;
+    first_ = {.name = "first.txt", .data = acetest::TextBytes("in the first volume")};
+    span_ = {.name = "span.bin", .data = acetest::RandomBytes(5000, 3)};
+    last_ = {.name = "last.txt", .data = acetest::TextBytes("in the second volume")};
+    AceEntry head = span_;
+    head.flags |= 0x2000;  // goes on in the next volume
+    head.packed.assign(span_.data.begin(), span_.data.begin() + 3000);
+    AceEntry tail = span_;
+    tail.flags |= 0x1000;  // comes from the volume before
+    tail.packed.assign(span_.data.begin() + 3000, span_.data.end());
+    acetest::Bytes volume0 = acetest::AceMainHeader(0, 0);
+    acetest::Bytes volume1 = acetest::AceMainHeader(0, 1);
+    for (const acetest::Bytes& b : {acetest::AceEntryBytes(first_), acetest::AceEntryBytes(head)}) {
+      volume0.insert(volume0.end(), b.begin(), b.end());
+    }
+    for (const acetest::Bytes& b : {acetest::AceEntryBytes(tail), acetest::AceEntryBytes(last_)}) {
+      volume1.insert(volume1.end(), b.begin(), b.end());
+    }
+    acetest::WriteFileBytes(dir_.path() / "set.ace", volume0);
+    std::filesystem::create_directories(dir_.path() / "disk2");
+    acetest::WriteFileBytes(dir_.path() / "disk2" / "set.c00", volume1);
+  }
+
+  acetest::TempDir dir_;
+  acetest::AceEntry first_, span_, last_;
+};
+
+TEST_F(CliVolumes, TheFolderOfAMissingVolumeIsAskedAtTheTerminal) {
+  TerminalSession session({"x", "set.ace", "-o", "out"}, dir_.path());
+  ASSERT_TRUE(session.WaitFor("Folder that holds it (Enter to look again, q to quit): "))
+      << session.screen();
+  session.Type("disk2\n");
+  EXPECT_EQ(session.Finish(), 0) << session.screen();
+  EXPECT_EQ(acetest::ReadFileBytes(dir_.path() / "out/span.bin"), span_.data);
+  EXPECT_EQ(acetest::ReadFileBytes(dir_.path() / "out/last.txt"), last_.data);
+}
+
+TEST_F(CliVolumes, WithoutATerminalAMissingVolumeStopsTheExtraction) {
+  RunResult result = RunAcearc({"x", "set.ace", "-o", "out"}, dir_.path());
+  EXPECT_EQ(result.exitCode, 2) << result.err;
+  EXPECT_NE(result.err.find("not found and there is no terminal to ask for it"), std::string::npos)
+      << result.err;
+  EXPECT_EQ(acetest::ReadFileBytes(dir_.path() / "out/first.txt"), first_.data);
 }
 
 }  // namespace
