@@ -64,9 +64,8 @@ std::string StoredName(const ScanItem& item, const std::string& prefix, bool kee
 // Reads the archive back: every added name must be there as it was meant
 // (a character that the archive's code page lacks changes it), and the
 // summary is printed unless quiet.
-void CheckAndSummarize(HostContext& context, const std::string& archive,
-                       const std::vector<ScanItem>& items, const std::string& prefix,
-                       bool keepPaths, bool quiet) {
+void CheckAndSummarize(HostContext& context, const std::string& archive, const ScanResult& scan,
+                       const std::string& prefix, bool keepPaths, bool quiet) {
   ArchiveSession session = ArchiveSession::Open(archive);
   if (session.status() != AR_OK) return;
   MaskList all;
@@ -79,9 +78,10 @@ void CheckAndSummarize(HostContext& context, const std::string& archive,
     if (!name.empty() && name.back() == '\\') name.pop_back();
     stored.insert(name);
   }
-  for (const ScanItem& item : items) {
+  for (const ScanItem& item : scan.items) {
     std::string name = StoredName(item, prefix, keepPaths);
-    if (!stored.count(name)) {
+    std::string diskPath = DisplayPath((scan.base + item.name).c_str());
+    if (!stored.count(name) && !context.skippedFiles.count(diskPath)) {
       Warn(context, DisplayName(name.c_str()) +
                         " is stored under another name: the archive's code page lacks some of "
                         "its characters");
@@ -176,7 +176,7 @@ ExitCode RunAdd(const AddOptions& options, const CommonOptions& common) {
     progress.Clear();
   }
   if (status == AR_OK) {
-    CheckAndSummarize(context, options.archive, scan.items, prefix, !options.excludePaths,
+    CheckAndSummarize(context, options.archive, scan, prefix, !options.excludePaths,
                       progress.mode() == OutputMode::Quiet);
   }
   return FinishOperation(context, (exists ? "adding to " : "creating ") + options.archive, status);

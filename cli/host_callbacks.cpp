@@ -113,6 +113,7 @@ int32_t OnSkipFile(AceContext context, const char* path) {
       return 2;
     }
   }
+  host->skippedFiles.insert(name);
   Warn(*host, "skipped " + name + ": it cannot be read");
   return 1;
 }

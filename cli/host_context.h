@@ -55,6 +55,9 @@ struct HostContext {
   std::set<std::string> keptExisting;
   std::set<std::string> processed;
 
+  // Adding: the disk paths (as shown) that the plug-in could not read and left out.
+  std::set<std::string> skippedFiles;
+
   // A solid rebuild unpacks the archive before compressing it again; the
   // signal callback tells the two phases apart.
   bool unpacking = false;

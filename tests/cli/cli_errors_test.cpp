@@ -256,5 +256,41 @@ TEST(CliInterrupt, CtrlCStopsCleanlyWithFour) {
   }
 }
 
+TEST(CliVanishing, AFileRemovedWhileAddingIsSkippedWithAWarning) {
+  acetest::TempDir dir;
+  acetest::WriteFileBytes(dir.path() / "a_big.bin", acetest::RandomBytes(24 << 20, 5));
+  acetest::WriteFileText(dir.path() / "b_small.txt", "here at the start");
+  RunResult probe = RunAcearc({"a", "probe.ace", "b_small.txt"}, dir.path());
+  SKIP_IF_NOT_LANDED(probe, "creating archives");
+
+  acetest::TempDir capture;
+  pid_t child = fork();
+  if (child == 0) {
+    if (chdir(dir.path().c_str()) != 0) _exit(126);
+    int null = open("/dev/null", O_RDWR);
+    int err = open((capture.path() / "err").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    dup2(null, 0);
+    dup2(null, 1);
+    dup2(err, 2);
+    execl(AcearcPath().c_str(), "acearc", "a", "v.ace", "a_big.bin", "b_small.txt", nullptr);
+    _exit(127);
+  }
+  // b_small.txt goes while a_big.bin is being compressed.
+  auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  while (!fs::exists(dir.path() / "v.ace") && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  fs::remove(dir.path() / "b_small.txt");
+  int status = 0;
+  waitpid(child, &status, 0);
+  ASSERT_TRUE(WIFEXITED(status));
+  acetest::Bytes err = acetest::ReadFileBytes(capture.path() / "err");
+  std::string errText(err.begin(), err.end());
+  EXPECT_EQ(WEXITSTATUS(status), 1) << errText;
+  EXPECT_NE(errText.find("b_small.txt: it cannot be read"), std::string::npos) << errText;
+  EXPECT_EQ(errText.find("another name"), std::string::npos) << errText;
+  EXPECT_EQ(EntryNames(ListJson(dir.path() / "v.ace")), std::vector<std::string>{"a_big.bin"});
+}
+
 }  // namespace
 }  // namespace clitest
