@@ -12,115 +12,14 @@
 #include "aceplug/aceplug.h"
 #include "platform/fault_injection.h"
 #include "support/test_support.h"
+#include "update/update_fixture.h"
 
 namespace fs = std::filesystem;
 using acetest::Bytes;
 using acetest::TempDir;
+using namespace updtest;
 
 namespace {
-
-// The dictionary code a host puts into CompOptions for a size in KB.
-int HostDictionaryCode(int kb) {
-  int code = 3;
-  for (int size = 32; size < kb; size *= 2) ++code;
-  return code;
-}
-
-struct Settings {
-  int dictionaryKB = 64;
-  int level = 1;
-  int solid = 0;
-  int keepPaths = 1;
-  std::string inputPath;
-  std::string relativePath;
-};
-
-void ApplySettings(const Settings& st) {
-  CompOptions o{};
-  o.DictionaryKB = HostDictionaryCode(st.dictionaryKB);
-  o.Level = st.level;
-  o.Solid = st.solid;
-  o.KeepPaths = st.keepPaths;
-  std::strncpy(o.InputPath, st.inputPath.c_str(), sizeof o.InputPath - 1);
-  std::strncpy(o.RelativePath, st.relativePath.c_str(), sizeof o.RelativePath - 1);
-  SetCompExtraFeatures(&o);
-}
-
-// Creates `archive` from `names` (relative to settings.inputPath) and returns the status.
-uint16_t Create(const std::string& archive, const std::vector<std::string>& names,
-                const Settings& st, void (*registerCallbacks)() = nullptr) {
-  std::error_code ec;
-  fs::remove(archive, ec);  // CreateArcFile refuses an existing file
-  CreateArcFile(archive.c_str());
-  if (GetArchiveStatus() != AR_OK) return GetArchiveStatus();
-  ApplySettings(st);
-  if (registerCallbacks) registerCallbacks();
-  FileMaskList masks;
-  InitFileMaskList(&masks);
-  for (const auto& n : names) AppendFileMask(n.c_str(), &masks);
-  CompressFileMaskListArc(&masks);
-  const uint16_t status = GetArchiveStatus();
-  DoneFileMaskList(&masks);
-  DoneArcFile();
-  return status;
-}
-
-struct Listed {
-  std::string name;
-  uint64_t packed, unpacked;
-  uint32_t attributes, crc, method, flags, dictionaryCode, dosTime;
-};
-
-std::vector<Listed> List(const std::string& archive, uint16_t* status = nullptr) {
-  InitArcFile(archive.c_str());
-  ArcFileList list;
-  InitArcFileList(&list);
-  FileMaskList masks;
-  InitFileMaskList(&masks);
-  BuildArcFileList(&list, &masks);
-  if (status) *status = GetArchiveStatus();
-  std::vector<Listed> out;
-  for (const ArcFileEntry* e = list.First; e; e = e->Next) {
-    out.push_back({e->Name,
-                   e->PackedSize.Low | (uint64_t{e->PackedSize.High} << 32),
-                   e->UnpackedSize.Low | (uint64_t{e->UnpackedSize.High} << 32),
-                   e->Attributes, e->Crc32, e->Method, e->HeaderFlags, e->DictionaryCode,
-                   e->DosTime});
-  }
-  DoneArcFileList(&list);
-  DoneFileMaskList(&masks);
-  DoneArcFile();
-  return out;
-}
-
-uint16_t TestArchive(const std::string& archive) {
-  InitArcFile(archive.c_str());
-  TestArc();
-  const uint16_t status = GetArchiveStatus();
-  DoneArcFile();
-  return status;
-}
-
-uint16_t ExtractAll(const std::string& archive, const std::string& outDir) {
-  InitArcFile(archive.c_str());
-  DecompOptions d{};
-  d.RestorePaths = 1;
-  SetDecompExtraFeatures(&d);
-  SetOutputPath(outDir.c_str());
-  FileMaskList masks;
-  InitFileMaskList(&masks);
-  ExtractFileMaskListArc(&masks);
-  const uint16_t status = GetArchiveStatus();
-  DoneFileMaskList(&masks);
-  DoneArcFile();
-  return status;
-}
-
-std::string Slashes(std::string s) {
-  for (auto& c : s)
-    if (c == '\\') c = '/';
-  return s;
-}
 
 class CreateArchiveTest : public ::testing::Test {
  protected:
