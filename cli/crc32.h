@@ -1,4 +1,4 @@
-// The archive's CRC-32 of a file's data, computed by the host to find out
+// The archive's CRC-32 of a file's data (the plug-in's own CRC code), computed by the host to find out
 // which entries came out wrong after the plug-in reported a damaged archive:
 // reflected, polynomial 0xEDB88320, register started at 0xFFFFFFFF and kept
 // without a final inversion, as the file headers store it.
@@ -10,8 +10,6 @@
 #include <optional>
 
 namespace acearc {
-
-uint32_t Crc32Update(uint32_t crc, const void* data, size_t length);
 
 struct FileCheck {
   uint64_t size = 0;
