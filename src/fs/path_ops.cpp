@@ -28,6 +28,14 @@ bool AppendText(char* target, size_t size, const char* source) {
   return CopyText(target + used, size - used, source);
 }
 
+bool AppendWhole(char* target, size_t size, const char* source) {
+  const size_t used = std::strlen(target);
+  const size_t add = std::strlen(source);
+  if (used + add + 1 > size) return false;
+  std::memcpy(target + used, source, add + 1);
+  return true;
+}
+
 // An empty text stays empty in both directions: "\" alone would name the root.
 char* AddTrailingBackslash(const char* source, char* target) {
   if (source != target) std::memmove(target, source, std::strlen(source) + 1);

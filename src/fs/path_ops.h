@@ -26,6 +26,8 @@ void CutString(char* text, size_t position, int count);
 bool CopyText(char* target, size_t size, const char* source);
 // Appends with the same rule.
 bool AppendText(char* target, size_t size, const char* source);
+// Appends only when the whole text fits; otherwise leaves the target alone.
+bool AppendWhole(char* target, size_t size, const char* source);
 
 // Splits a path like a mask: drive ("C:"), directory (through the last "\" or
 // "/"), base name (up to the last "." after the directory) and extension (from

@@ -6,29 +6,12 @@
 
 #include "fs/dir_scan.h"
 #include "fs/file_layer.h"
+#include "fs/find_entries.h"
 #include "fs/path_ops.h"
 
 namespace ace {
 
 namespace {
-
-bool Extend(char* buffer, size_t size, const char* text) {
-  const size_t used = std::strlen(buffer);
-  const size_t add = std::strlen(text);
-  if (used + add + 1 > size) return false;
-  std::memcpy(buffer + used, text, add + 1);
-  return true;
-}
-
-bool IsDots(const char* name) {
-  return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0;
-}
-
-bool NothingFound() {
-  const DWORD error = GetLastError();
-  return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ||
-         error == ERROR_NO_MORE_FILES;
-}
 
 // The length rule keeps "C:\" safe; on POSIX "/", "//." or "/tmp/.." pass
 // it and would still empty the root, so resolve the path as well.
@@ -53,17 +36,17 @@ bool EmptyDirectory(char* directory, size_t size, const char* pattern) {
   const size_t length = std::strlen(directory);
   WIN32_FIND_DATAA data;
 
-  if (!Extend(directory, size, pattern)) return false;
+  if (!AppendWhole(directory, size, pattern)) return false;
   HANDLE find = FindFirstFileA(directory, &data);
   directory[length] = '\0';
   if (find == INVALID_HANDLE_VALUE) {
-    if (!NothingFound()) return false;
+    if (!SearchFoundNothing()) return false;
   } else {
     bool ok = true;
     do {
       const DWORD attributes = data.dwFileAttributes;
       if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) continue;
-      ok = Extend(directory, size, data.cFileName);
+      ok = AppendWhole(directory, size, data.cFileName);
       if (ok) {
         // A link (dangling ones too) is deleted itself; RemoveFile would look
         // through it at its target.
@@ -76,18 +59,18 @@ bool EmptyDirectory(char* directory, size_t size, const char* pattern) {
     if (!ok) return false;
   }
 
-  if (!Extend(directory, size, "*.*")) return false;
+  if (!AppendWhole(directory, size, "*.*")) return false;
   find = FindFirstFileA(directory, &data);
   directory[length] = '\0';
-  if (find == INVALID_HANDLE_VALUE) return NothingFound();
+  if (find == INVALID_HANDLE_VALUE) return SearchFoundNothing();
   bool ok = true;
   do {
     const DWORD attributes = data.dwFileAttributes;
-    if ((attributes & FILE_ATTRIBUTE_DIRECTORY) == 0 || IsDots(data.cFileName)) continue;
-    ok = Extend(directory, size, data.cFileName);
+    if ((attributes & FILE_ATTRIBUTE_DIRECTORY) == 0 || IsDotsEntry(data.cFileName)) continue;
+    ok = AppendWhole(directory, size, data.cFileName);
     if (ok && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) {
       const size_t named = std::strlen(directory);
-      ok = Extend(directory, size, "\\") && EmptyDirectory(directory, size, pattern);
+      ok = AppendWhole(directory, size, "\\") && EmptyDirectory(directory, size, pattern);
       directory[named] = '\0';
     }
     if (ok) ok = RemoveDirectoryA(directory) != 0;  // a link goes, its target stays
@@ -113,7 +96,7 @@ int RemoveTree(const char* directory, const char* pattern) {
     return RemoveDirectoryA(buffer) ? 1 : 0;
   }
   const size_t n = std::strlen(buffer);
-  if (n > 0 && buffer[n - 1] != '\\' && buffer[n - 1] != '/') Extend(buffer, sizeof buffer, "\\");
+  if (n > 0 && buffer[n - 1] != '\\' && buffer[n - 1] != '/') AppendWhole(buffer, sizeof buffer, "\\");
   if (!EmptyDirectory(buffer, sizeof buffer, pattern)) return 0;
   StripTrailingBackslash(buffer, buffer);
   if (std::strlen(buffer) > 3 && !RemoveDirectoryA(buffer)) return 0;

@@ -117,3 +117,36 @@ TEST(PathOps, SplitPath) {
 }
 
 }  // namespace
+
+// The three bounded writers differ only in what they do with a text that does
+// not fit: CopyText and AppendText cut it, AppendWhole leaves the buffer alone.
+TEST(PathOps, BoundedCopyAndAppend) {
+  struct Case {
+    const char* start;
+    const char* add;
+    bool copyFits, appendFits, wholeFits;
+    const char* copied;
+    const char* appended;
+    const char* whole;
+  };
+  // A buffer of 6 bytes holds 5 characters.
+  const Case cases[] = {
+      {"ab", "cd", true, true, true, "cd", "abcd", "abcd"},
+      {"ab", "cde", true, true, true, "cde", "abcde", "abcde"},
+      {"ab", "cdef", true, false, false, "cdef", "abcde", "ab"},
+      {"", "abcdefg", false, false, false, "abcde", "abcde", ""},
+      {"abcde", "", true, true, true, "", "abcde", "abcde"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.start) + " + " + c.add);
+    char buffer[6];
+    EXPECT_EQ(CopyText(buffer, sizeof buffer, c.add), c.copyFits);
+    EXPECT_STREQ(buffer, c.copied);
+    std::strcpy(buffer, c.start);
+    EXPECT_EQ(AppendText(buffer, sizeof buffer, c.add), c.appendFits);
+    EXPECT_STREQ(buffer, c.appended);
+    std::strcpy(buffer, c.start);
+    EXPECT_EQ(AppendWhole(buffer, sizeof buffer, c.add), c.wholeFits);
+    EXPECT_STREQ(buffer, c.whole);
+  }
+}
