@@ -305,3 +305,58 @@ TEST_F(CreateArchiveTest, FilesThatCannotBeReadFailCleanly) {
 }
 
 }  // namespace
+
+namespace optimal_progress {
+
+struct Report {
+  int32_t percent, step;
+};
+std::vector<Report> g_reports;
+size_t g_stopAt = 0;  // 1-based report that answers 0; 0 never stops
+
+int32_t Record(AceContext, int32_t percent, int32_t step) {
+  g_reports.push_back({percent, step});
+  return g_reports.size() == g_stopAt ? 0 : 1;
+}
+void RegisterRecord() { SetSetProgressProc(0, Record); }
+
+}  // namespace optimal_progress
+
+// The best setting's engine reports by itself, every hundredth of the file but
+// at least every 32,768 bytes, and once more at the end; an answer of 0 stops
+// it at its next check.
+TEST_F(CreateArchiveTest, BestSettingReportsItsOwnProgressAndStopsWhenAsked) {
+  using namespace optimal_progress;
+  const size_t size = 1000000;
+  acetest::WriteFileText(input / "big.txt", Text(size));
+  settings.dictionaryKB = 1024;
+  settings.level = 4;
+
+  g_reports.clear();
+  g_stopAt = 0;
+  ASSERT_EQ(Create(archive, {"big.txt"}, settings, RegisterRecord), AR_OK);
+  ASSERT_GE(g_reports.size(), size / 32768);
+  int64_t coded = 0;
+  int32_t lastPercent = 0;
+  for (size_t i = 0; i < g_reports.size(); ++i) {
+    SCOPED_TRACE(i);
+    EXPECT_GE(g_reports[i].percent, lastPercent);
+    lastPercent = g_reports[i].percent;
+    coded += g_reports[i].step;
+    if (i + 1 < g_reports.size()) {
+      EXPECT_GE(g_reports[i].step, 32768);
+      EXPECT_LT(g_reports[i].step, 32768 + 512);  // a match may carry past the period
+      EXPECT_EQ(g_reports[i].percent, static_cast<int32_t>(coded * 100 / int64_t{size}));
+    }
+  }
+  EXPECT_EQ(coded, static_cast<int64_t>(size));
+  EXPECT_EQ(lastPercent, 100);
+  EXPECT_EQ(TestArchive(archive), AR_OK);
+
+  g_reports.clear();
+  g_stopAt = 3;
+  EXPECT_EQ(Create(archive, {"big.txt"}, settings, RegisterRecord), AR_ABORTED);
+  EXPECT_EQ(g_reports.size(), 3u);
+  EXPECT_FALSE(fs::exists(archive));
+  g_stopAt = 0;
+}
