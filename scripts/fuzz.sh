@@ -1,24 +1,27 @@
 #!/usr/bin/env bash
-# Builds the decoder's libFuzzer target with clang in build/fuzz and runs it for N seconds
-# (default 60), starting from seeds made of the golden packed vectors.
+# Builds the libFuzzer targets with clang in build/fuzz and runs each for N seconds
+# (default 60): the LZ77 decoder on hostile data (seeded with the golden packed
+# vectors), the compressor-to-decoder round trip on any input (seeded with the
+# golden inputs), and the comment decoder (seeded with the test comment blocks).
 # Usage: scripts/fuzz.sh [seconds]. Crashing inputs land in build/fuzz/artifacts/.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${1:-60}
 build=build/fuzz
+targets=(decoder_fuzz roundtrip_fuzz comment_fuzz)
 
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
   -DACEPLUG_BUILD_FUZZ=ON -DACEPLUG_BUILD_TESTS=OFF -DACEPLUG_BUILD_CLI=OFF \
   -DACEPLUG_WERROR=ON >/dev/null
-cmake --build "$build" -j2 --target decoder_fuzz
+cmake --build "$build" -j2 --target "${targets[@]}"
 
-seeds=$build/seeds
-corpus=$build/corpus
 artifacts=$build/artifacts
-mkdir -p "$seeds" "$corpus" "$artifacts"
+mkdir -p "$artifacts"
+for t in "${targets[@]}"; do mkdir -p "$build/seeds/$t" "$build/corpus/$t"; done
 
-# A seed is the flag byte 0, the unpacked size as 3 bytes little-endian, then the packed data.
+# A decoder seed is the flag byte 0, the unpacked size as 3 bytes little-endian,
+# then the packed data; a round-trip seed is a setting byte, then the data.
 byte() { printf "\\$(printf '%03o' "$1")"; }
 vectors=../shared/vectors
 if [ -f "$vectors/packed.tsv" ]; then
@@ -28,11 +31,26 @@ if [ -f "$vectors/packed.tsv" ]; then
     {
       byte 0; byte $((size & 255)); byte $(((size >> 8) & 255)); byte $(((size >> 16) & 255))
       cat "$vectors/$packed"
-    } > "$seeds/$(basename "$packed")"
+    } > "$build/seeds/decoder_fuzz/$(basename "$packed")"
   done < "$vectors/packed.tsv"
 else
-  echo "fuzz.sh: no golden vectors at $vectors; starting without seeds" >&2
+  echo "fuzz.sh: no golden vectors at $vectors; the decoder starts without seeds" >&2
 fi
+setting=0
+for f in tests/data/vectors/inputs/*; do
+  [ -f "$f" ] && [ "$(stat -c %s "$f")" -le 20000 ] || continue
+  { byte $((setting & 15)); cat "$f"; } > "$build/seeds/roundtrip_fuzz/$(basename "$f")"
+  setting=$((setting + 1))
+done
+cp tests/data/comments/* "$build/seeds/comment_fuzz/" 2>/dev/null || true
 
-exec "$build/bin/decoder_fuzz" -max_total_time="$seconds" -max_len=20000 -timeout=10 \
-  -rss_limit_mb=2048 -print_final_stats=1 -artifact_prefix="$artifacts/" "$corpus" "$seeds"
+status=0
+for t in "${targets[@]}"; do
+  echo "---- $t ($seconds s) ----"
+  "$build/bin/$t" -max_total_time="$seconds" -max_len=20000 -timeout=10 \
+    -rss_limit_mb=2048 -print_final_stats=1 -artifact_prefix="$artifacts/$t-" \
+    "$build/corpus/$t" "$build/seeds/$t" 2>&1 | grep -E "^(#[0-9]+ +DONE|==[0-9]+==|SUMMARY|stat::number_of_executed_units|Done )|ERROR|Test unit written" || true
+  # libFuzzer exits non-zero on a finding; PIPESTATUS keeps its status past grep.
+  [ "${PIPESTATUS[0]}" -eq 0 ] || { echo "$t found a failing input" >&2; status=1; }
+done
+exit $status
