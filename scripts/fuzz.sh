@@ -2,13 +2,14 @@
 # Builds the libFuzzer targets with clang in build/fuzz and runs each for N seconds
 # (default 60): the LZ77 decoder on hostile data (seeded with the golden packed
 # vectors), the compressor-to-decoder round trip on any input (seeded with the
-# golden inputs), and the comment decoder (seeded with the test comment blocks).
+# golden inputs), the comment decoder (seeded with the test comment blocks) and
+# the archive listing (seeded with the two golden archives).
 # Usage: scripts/fuzz.sh [seconds]. Crashing inputs land in build/fuzz/artifacts/.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${1:-60}
 build=build/fuzz
-targets=(decoder_fuzz roundtrip_fuzz comment_fuzz)
+targets=(decoder_fuzz roundtrip_fuzz comment_fuzz archive_fuzz)
 
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
@@ -42,12 +43,15 @@ for f in tests/data/vectors/inputs/*; do
   { byte $((setting & 15)); cat "$f"; } > "$build/seeds/roundtrip_fuzz/$(basename "$f")"
   setting=$((setting + 1))
 done
-cp tests/data/comments/* "$build/seeds/comment_fuzz/" 2>/dev/null || true
+cp tests/data/comments/*.bin "$build/seeds/comment_fuzz/" 2>/dev/null || true
+cp "$vectors"/archives/*.ace "$build/seeds/archive_fuzz/" 2>/dev/null || true
 
 status=0
 for t in "${targets[@]}"; do
   echo "---- $t ($seconds s) ----"
-  "$build/bin/$t" -max_total_time="$seconds" -max_len=20000 -timeout=10 \
+  max_len=20000
+  [ "$t" = archive_fuzz ] && max_len=70000  # room for the golden archives
+  "$build/bin/$t" -max_total_time="$seconds" -max_len="$max_len" -timeout=10 \
     -rss_limit_mb=2048 -print_final_stats=1 -artifact_prefix="$artifacts/$t-" \
     "$build/corpus/$t" "$build/seeds/$t" 2>&1 | grep -E "^(#[0-9]+ +DONE|==[0-9]+==|SUMMARY|stat::number_of_executed_units|Done )|ERROR|Test unit written" || true
   # libFuzzer exits non-zero on a finding; PIPESTATUS keeps its status past grep.
