@@ -52,8 +52,8 @@ struct Options {
   bool quick = false;
   bool perFile = true;
   std::vector<std::string> only;
-  double minTime = 0.5;  // seconds of repetitions per figure
-  int minReps = 3;
+  double minTime = 1.0;  // seconds of repetitions per figure (a third of it per file)
+  int minReps = 5;       // (3 per file)
   int maxReps = 30;
   std::string profile;
   int profileReps = 5;
@@ -366,7 +366,8 @@ void PrintReport(const Options& o, const std::vector<DataSet>& files, const Data
       << " bytes concatenated (in name order). MB/s counts 10^6 unpacked bytes per second, the "
          "best of "
       << (o.quick ? "1 run" : "at least " + std::to_string(o.minReps) + " runs and " +
-                                  Fixed(o.minTime, 1) + " s")
+                                  Fixed(o.minTime, 1) + " s (per file 3 runs and " +
+                                  Fixed(o.minTime / 3, 2) + " s)")
       << "; contexts are set up once per codec, outside the timing. Ratio is packed / unpacked. "
          "Peak heap: the most bytes held above the baseline during set-up and one run. Every round "
          "trip was compared byte for byte.\n\n";
@@ -450,21 +451,18 @@ void PrintReport(const Options& o, const std::vector<DataSet>& files, const Data
   };
   speed("ace/1024/l1", "zlib-6", 1.0, "level 1, 1024 KB compression vs zlib -6 (aim 2x)");
   speed("ace/1024/l3", "zlib-9", 1.0, "level 3, 1024 KB compression vs zlib -9");
-  if (const Result* a = get("ace/1024/l1"); a && get("zlib-6")) {
+  // The decoder alone, as the target is stated; the detail gives extraction's
+  // figure, which adds the CRC-32 of the output.
+  for (const char* id : {"ace/1024/l1", "ace/1024/l4"}) {
+    const Result* a = get(id);
     const Result* z = get("zlib-6");
-    const double x = MBps(a->size, a->decompressSeconds), y = MBps(z->size, z->decompressSeconds);
+    if (!a || !z) continue;
     const double raw = MBps(a->size, a->decodeOnlySeconds);
-    targets.push_back({"decoder (with CRC) vs zlib inflate, data of level 1", x / y, 1.5,
-                       Fixed(x, 1) + " vs " + Fixed(y, 1) + " MB/s; without the CRC " +
-                           Fixed(raw, 1) + " MB/s = " + Fixed(raw / y, 2) + "x"});
-  }
-  if (const Result* a = get("ace/1024/l4"); a && get("zlib-6")) {
-    const Result* z = get("zlib-6");
-    const double x = MBps(a->size, a->decompressSeconds), y = MBps(z->size, z->decompressSeconds);
-    const double raw = MBps(a->size, a->decodeOnlySeconds);
-    targets.push_back({"decoder (with CRC) vs zlib inflate, data of level 4", x / y, 1.5,
-                       Fixed(x, 1) + " vs " + Fixed(y, 1) + " MB/s; without the CRC " +
-                           Fixed(raw, 1) + " MB/s = " + Fixed(raw / y, 2) + "x"});
+    const double crc = MBps(a->size, a->decompressSeconds);
+    const double y = MBps(z->size, z->decompressSeconds);
+    targets.push_back({std::string("decoder vs zlib inflate (data of ") + id + ")", raw / y, 1.5,
+                       Fixed(raw, 1) + " vs " + Fixed(y, 1) + " MB/s; with the CRC-32 that "
+                       "extraction adds " + Fixed(crc, 1) + " MB/s = " + Fixed(crc / y, 2) + "x"});
   }
   speed("ace/1024/l4", "xz-6", 1.0, "level 4 (optimal) compression vs xz -6");
   if (const Result* a = get("ace/1024/l4"); a && get("bzip2-9")) {
@@ -526,7 +524,10 @@ int Main(int argc, char** argv) {
         continue;
       }
       std::cerr << "files   " << c->Id() << "\n";
-      for (const auto& f : files) perFile[c->Id()][f.name] = Measure(*c, f, o);
+      Options fileOptions = o;
+      fileOptions.minTime = o.minTime / 3;
+      fileOptions.minReps = std::min(o.minReps, 3);
+      for (const auto& f : files) perFile[c->Id()][f.name] = Measure(*c, f, fileOptions);
     }
   }
   PrintReport(o, files, all, codecs, overall, perFile);
