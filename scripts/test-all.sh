@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds and runs the whole suite three ways: native 64-bit, 32-bit (-m32, which
 # proves the record layouts) and under AddressSanitizer + UndefinedBehaviorSanitizer,
-# then fuzzes the LZ77 decoder for FUZZ_SECONDS (default 60).
+# builds the benchmarks (without running them), then fuzzes the LZ77 decoder for
+# FUZZ_SECONDS (default 60).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 jobs=$(nproc)
@@ -16,6 +17,9 @@ run() {
 run native -DCMAKE_BUILD_TYPE=Release
 run m32 -DCMAKE_BUILD_TYPE=Release -DACEPLUG_M32=ON -DACEPLUG_BUILD_CLI=OFF
 run asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DACEPLUG_SANITIZE=ON
+echo "==== benchmark build (built, not run) ===="
+cmake --preset bench -DACEPLUG_WERROR=ON >/dev/null
+cmake --build build/bench -j "$jobs"
 echo "==== decoder fuzzing (${FUZZ_SECONDS:-60} s) ===="
 bash scripts/fuzz.sh "${FUZZ_SECONDS:-60}" 2>&1 | tail -n 5
-echo "all three builds passed; the fuzzer found nothing"
+echo "all three builds passed, the benchmarks build; the fuzzer found nothing"
