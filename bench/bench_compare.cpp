@@ -306,6 +306,7 @@ Options ParseArgs(int argc, char** argv) {
       throw std::runtime_error("unknown argument " + a);
     }
   }
+  o.corpus = fs::path(o.corpus).lexically_normal().string();
   if (o.quick) {
     o.perFile = false;
     o.minReps = 1;
