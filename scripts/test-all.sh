@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Builds and runs the whole suite three ways: native 64-bit, 32-bit (-m32, which
 # proves the record layouts) and under AddressSanitizer + UndefinedBehaviorSanitizer,
-# then runs each fuzzer (decoder, compress-decode round trip, comment decoder)
-# for FUZZ_SECONDS (default 60).
+# builds the benchmarks (without running them), then runs each fuzzer (decoder,
+# compress-decode round trip, comment decoder, archive listing) for FUZZ_SECONDS
+# (default 60).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 jobs=$(nproc)
@@ -17,6 +18,9 @@ run() {
 run native -DCMAKE_BUILD_TYPE=Release
 run m32 -DCMAKE_BUILD_TYPE=Release -DACEPLUG_M32=ON -DACEPLUG_BUILD_CLI=OFF
 run asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DACEPLUG_SANITIZE=ON
+echo "==== benchmark build (built, not run) ===="
+cmake --preset bench -DACEPLUG_WERROR=ON >/dev/null
+cmake --build build/bench -j "$jobs"
 echo "==== fuzzing (${FUZZ_SECONDS:-60} s per target) ===="
 bash scripts/fuzz.sh "${FUZZ_SECONDS:-60}" 2>&1 | grep -v "^\["
-echo "all three builds passed; the fuzzers found nothing"
+echo "all three builds passed, the benchmarks build; the fuzzers found nothing"
