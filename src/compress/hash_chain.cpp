@@ -39,6 +39,12 @@ inline HashChainState& StateOf(CompressorCore& core) {
   return *static_cast<HashChainState*>(core.engine);
 }
 
+inline uint16_t Load16(const uint8_t* p) {
+  uint16_t v;
+  std::memcpy(&v, p, sizeof v);
+  return v;
+}
+
 inline uint64_t Load64(const uint8_t* p) {
   uint64_t v;
   std::memcpy(&v, p, sizeof v);
@@ -187,9 +193,16 @@ struct Engine {
             crowd[h] = 1;
             break;
           }
+          // The next link does not depend on this candidate's bytes: load it
+          // now and start fetching its bytes while this one is compared, since
+          // both loads miss the cache on large windows.
+          const uint32_t next = s.chain[candidate & (D - 1)];
+          if (next > limit) __builtin_prefetch(w + (next - k) + best - 1);
           const uint32_t start = candidate - k;
           const uint8_t* there = w + start;
-          if (there[best] == here[best]) {
+          // Only a candidate that agrees in the bytes at best - 1 and best can
+          // be longer; two bytes filter better than one.
+          if (Load16(there + best - 1) == Load16(here + best - 1)) {
             uint32_t length = CommonLength(there, here, maxLength);
             const uint32_t distance = p - start;
             if (length < 5) {
@@ -205,7 +218,7 @@ struct Engine {
               if (length == maxLength) break;
             }
           }
-          candidate = s.chain[candidate & (D - 1)];
+          candidate = next;
         }
       }
       if (best > k + 2 || k == 0) break;

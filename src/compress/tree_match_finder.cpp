@@ -3,11 +3,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "compress/table_alloc.h"
 #include "format/crc32.h"
-
-#ifdef __linux__
-#include <sys/mman.h>
-#endif
 
 namespace ace {
 namespace {
@@ -16,23 +13,6 @@ constexpr uint32_t kLinkMask = kTreeDictionary - 1;
 
 static_assert(uint64_t{kTreeHistorySize} + kTreeLookahead <= 0x7FFFFFFFu);
 static_assert((kTreeDictionary & kLinkMask) == 0, "the link rings are indexed by masking");
-
-// The tables are read at random: on Linux, ask for huge pages so that tree
-// walks do not miss the TLB at every step. Zero-filled like calloc.
-template <typename T>
-T* Allocate(uint32_t count) {
-  constexpr size_t kHuge = size_t{2} << 20;
-  const size_t size = size_t{count} * sizeof(T);
-  if (size < kHuge) return static_cast<T*>(std::calloc(count, sizeof(T)));
-  const size_t rounded = (size + kHuge - 1) / kHuge * kHuge;
-  void* p = std::aligned_alloc(kHuge, rounded);
-  if (p == nullptr) return nullptr;
-#ifdef __linux__
-  madvise(p, rounded, MADV_HUGEPAGE);
-#endif
-  std::memset(p, 0, size);
-  return static_cast<T*>(p);
-}
 
 template <typename T>
 void Free(T*& p) {
@@ -208,13 +188,13 @@ inline uint32_t OldestUsable(uint32_t p) { return p > kTreeDictionary ? p - kTre
 
 bool SetupTreeMatchFinder(TreeMatchFinder& mf) {
   ReleaseTreeMatchFinder(mf);
-  mf.history = Allocate<uint8_t>(kTreeHistorySize);
-  mf.staging = Allocate<uint8_t>(kTreeStagingSize);
-  mf.pairHead = Allocate<uint32_t>(kTreePairEntries);
-  mf.tripleHead = Allocate<uint32_t>(kTreeTripleEntries);
-  mf.treeHead = Allocate<uint32_t>(kTreeHeadEntries);
-  mf.smaller = Allocate<uint32_t>(kTreeDictionary);
-  mf.larger = Allocate<uint32_t>(kTreeDictionary);
+  mf.history = AllocateTable<uint8_t>(kTreeHistorySize);
+  mf.staging = AllocateTable<uint8_t>(kTreeStagingSize);
+  mf.pairHead = AllocateTable<uint32_t>(kTreePairEntries);
+  mf.tripleHead = AllocateTable<uint32_t>(kTreeTripleEntries);
+  mf.treeHead = AllocateTable<uint32_t>(kTreeHeadEntries);
+  mf.smaller = AllocateTable<uint32_t>(kTreeDictionary);
+  mf.larger = AllocateTable<uint32_t>(kTreeDictionary);
   if (!mf.history || !mf.staging || !mf.pairHead || !mf.tripleHead || !mf.treeHead ||
       !mf.smaller || !mf.larger) {
     ReleaseTreeMatchFinder(mf);

@@ -1,0 +1,27 @@
+#include "compress/table_alloc.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#ifdef __linux__
+#include <sys/mman.h>
+#endif
+
+namespace ace {
+
+void* AllocateTable(size_t count, size_t elementSize) {
+  constexpr size_t kHuge = size_t{2} << 20;
+  if (elementSize != 0 && count > SIZE_MAX / elementSize) return nullptr;
+  const size_t size = count * elementSize;
+  if (size < kHuge) return std::calloc(count, elementSize);
+  const size_t rounded = (size + kHuge - 1) / kHuge * kHuge;
+  void* p = std::aligned_alloc(kHuge, rounded);
+  if (p == nullptr) return nullptr;
+#ifdef __linux__
+  madvise(p, rounded, MADV_HUGEPAGE);
+#endif
+  std::memset(p, 0, size);
+  return p;
+}
+
+}  // namespace ace
