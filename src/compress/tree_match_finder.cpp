@@ -1,5 +1,6 @@
 #include "compress/tree_match_finder.h"
 
+#include <bit>
 #include <cstdlib>
 #include <cstring>
 
@@ -97,6 +98,26 @@ void Advance(TreeMatchFinder& mf) {
   if (mf.pos == kTreePositionCeiling) LowerPositions(mf);
 }
 
+// Extends a common length of a and b up to `limit`, eight bytes at a time
+// while whole words fit; never reads at or past `limit`.
+inline uint32_t ExtendMatch(const uint8_t* a, const uint8_t* b, uint32_t length, uint32_t limit) {
+  while (length + 8 <= limit) {
+    uint64_t x, y;
+    std::memcpy(&x, a + length, 8);
+    std::memcpy(&y, b + length, 8);
+    if (const uint64_t diff = x ^ y; diff != 0) {
+      if constexpr (std::endian::native == std::endian::little) {
+        return length + (static_cast<uint32_t>(std::countr_zero(diff)) >> 3);
+      } else {
+        return length + (static_cast<uint32_t>(std::countl_zero(diff)) >> 3);
+      }
+    }
+    length += 8;
+  }
+  while (length < limit && a[length] == b[length]) ++length;
+  return length;
+}
+
 // Inserts position p into the tree of its 4-byte hash. With `record`, every
 // new longest common length enters matchDistance; returns the longest.
 template <bool record>
@@ -127,7 +148,7 @@ uint32_t InsertIntoTree(TreeMatchFinder& mf, uint32_t hash, uint32_t limit, uint
   while (c >= minPos && visits-- > 0) {
     const uint8_t* cand = mf.history + (c - mf.base);
     uint32_t len = lenSmaller < lenLarger ? lenSmaller : lenLarger;
-    while (len < limit && cand[len] == cur[len]) ++len;
+    len = ExtendMatch(cand, cur, len, limit);
     if constexpr (record) {
       if (len > best) {
         const uint32_t distance = p - c - 1;
@@ -294,7 +315,7 @@ uint32_t FindMatches(TreeMatchFinder& mf) {
     const uint32_t available = mf.end - p;
     const uint32_t most = available < kTreeMaxMatch ? available : kTreeMaxMatch;
     const uint8_t* src = cur - dist[kTreeMatchLimit] - 1;
-    while (best < most && src[best] == cur[best]) ++best;
+    best = ExtendMatch(src, cur, best, most);
   }
   Advance(mf);
   return best;
