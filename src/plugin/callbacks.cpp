@@ -43,6 +43,7 @@ int32_t CallCryptKey(char* buffer, const char* name, int32_t answerWhenUnset) {
 bool HasSkipFileProc() { return static_cast<bool>(State().skipFile); }
 bool HasNextDiskProc() { return static_cast<bool>(State().nextDisk); }
 bool HasCryptKeyProc() { return static_cast<bool>(State().cryptKey); }
+bool HasOkToReplaceProc() { return static_cast<bool>(State().okToReplace); }
 
 int32_t HalvedPercent(uint32_t done, uint32_t size) {
   constexpr uint32_t kLimit = 0x1400000u;  // 20,971,520: done * 100 stays below 2^31

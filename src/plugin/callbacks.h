@@ -30,6 +30,7 @@ int32_t CallCryptKey(char* buffer, const char* name, int32_t answerWhenUnset);
 bool HasSkipFileProc();
 bool HasNextDiskProc();
 bool HasCryptKeyProc();
+bool HasOkToReplaceProc();
 
 // The share `done` is of `size` in percent, as progress reports give it:
 // while `done` is 20,971,520 or more both are halved together so that the

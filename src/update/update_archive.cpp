@@ -38,6 +38,9 @@ void DiskPathForEntryName(const char* name, char* diskPath) {
 int32_t AskReplace(const AceFindData& existing, const char* diskPath) {
   AceFindData replacement;
   if (!DiskFindData(diskPath, &replacement)) return 0;
+  // Nothing is asked without a procedure, and then the file on disk is left
+  // as the user has it: it is only read.
+  if (!HasOkToReplaceProc()) return 0;
   const int32_t answer = CallOkToReplace(&existing, &replacement);
   if (answer == 0) MakeFileWritable(diskPath);
   return answer;
