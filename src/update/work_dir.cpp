@@ -17,7 +17,15 @@ bool WorkDir::Create() {
   PluginState& s = State();
   char temp[kPathField];
   const DWORD n = GetTempPathA(sizeof temp, temp);
-  if (n != 0 && n < sizeof temp) AddTrailingBackslash(temp, s.TempPath);
+  if (n != 0 && n < sizeof temp) {
+    // The folder may end in the platform's own separator; a backslash behind
+    // it would double the separator in the names shown to the host.
+    if (temp[n - 1] == '/') {
+      CopyText(s.TempPath, sizeof s.TempPath, temp);
+    } else {
+      AddTrailingBackslash(temp, s.TempPath);
+    }
+  }
   if (!MakeTempDirName(path_, sizeof path_) || !CreateDirectoryA(path_, nullptr)) {
     SetStatus(AR_TEMP_DIR_FAILED);
     return false;
