@@ -19,7 +19,9 @@
 namespace ace {
 
 bool IsAcceptableDirectoryName(const char* name) {
-  if (name[0] == '\0') return true;
+  // Nothing but backslashes (or nothing at all) would be stored as an entry
+  // without a name, which no extraction can give a place.
+  if (name[std::strspn(name, "\\")] == '\0') return false;
   // "\\" separates levels ("sub\\new", "new\\" with its trailing backslash)
   // and is accepted; every other forbidden character is refused after the
   // first position.
