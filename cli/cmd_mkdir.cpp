@@ -26,7 +26,13 @@ ExitCode RunMakeDirectory(const MakeDirectoryOptions& options, const CommonOptio
     CompOptions comp{};
     comp.KeepPaths = 1;  // the name is stored as given
     SetCompExtraFeatures(&comp);
-    CreateDirectoryArc(options.name.c_str());
+    // Names are typed and listed with "/"; inside the archive backslashes
+    // separate the levels, and the plug-in refuses "/" in a directory name.
+    std::string name = options.name;
+    for (char& c : name) {
+      if (c == '/') c = '\\';
+    }
+    CreateDirectoryArc(name.c_str());
     status = GetArchiveStatus();
   }
   ExitCode code =
