@@ -28,6 +28,24 @@ bool BuildDeleteList(const FileMaskList* masks, FileMaskList* deleteList) {
   return Status() == 0;
 }
 
+// Keeps RelativePath aside while a solid archive is unpacked and packed
+// again: the extraction would cut it off the names that begin with it and the
+// writer would put it in front of every name, moving entries and letting two
+// of them meet in the working directory. It only takes part in choosing what
+// is deleted. Put back on every way out.
+class RelativePathAside {
+ public:
+  RelativePathAside() { CopyText(saved_, sizeof saved_, State().RelativePath); }
+  ~RelativePathAside() { Put(); }
+  RelativePathAside(const RelativePathAside&) = delete;
+  RelativePathAside& operator=(const RelativePathAside&) = delete;
+  void Clear() { State().RelativePath[0] = '\0'; }
+  void Put() { CopyText(State().RelativePath, sizeof State().RelativePath, saved_); }
+
+ private:
+  char saved_[kPathField] = {};
+};
+
 // Progress for an entry or file left out; false when the host stops.
 bool ReportLeftOut() {
   if (CallProgress(100, 100) != 0) return true;
@@ -107,9 +125,12 @@ void DeleteSolid(const FileMaskList* masks) {
     FreeFileWorkList(&keep);
   };
   if (!BuildDeleteList(masks, &deleteList)) return release();
+  RelativePathAside relative;
+  relative.Clear();
   if (!work.Unpack()) return release();
   s.Comp.KeepPaths = 1;
   if (!work.Collect(&found)) return release();
+  relative.Put();
   char path[kPathBuffer];
   for (const FileWorkEntry* f = found.First; f != nullptr; f = f->Next) {
     if (IsNameInList(f->ArchiveName, &deleteList, path)) {
@@ -145,6 +166,7 @@ void DeleteSolid(const FileMaskList* masks) {
     return;
   }
   CallSignal(ScanTotal(), AR_SIGNAL_REBUILD);
+  relative.Clear();
   SolidRun run;
   for (const FileWorkEntry* e = keep.First; e != nullptr; e = e->Next) {
     char shownPath[kPathField * 2];
@@ -163,6 +185,7 @@ void DeleteSolid(const FileMaskList* masks) {
     const int result = AddFileToSolidArchive(e->DiskPath, e->ArchiveName, run.flagBits, run.fresh);
     if (!AdvanceSolidRun(run, result)) break;
   }
+  relative.Put();
   DoneCompressor();
   if (s.Status != 0) {
     DiscardTempArchive(temp);
