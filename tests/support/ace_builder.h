@@ -66,6 +66,33 @@ inline Bytes AceMainHeader(uint16_t flags = 0, uint8_t volume = 0) {
   return h;
 }
 
+// A main header as other writers make it: any extract version and, when
+// `comment` is not empty, the comment flag with COMMENT_SIZE and those bytes
+// behind the advert.
+inline Bytes AceMainHeaderWith(uint16_t flags, uint8_t extractVersion, const Bytes& comment = {}) {
+  Bytes h = AceMainHeader(comment.empty() ? flags : static_cast<uint16_t>(flags | 0x0002u));
+  h[14] = extractVersion;
+  if (!comment.empty()) {
+    h.push_back(static_cast<uint8_t>(comment.size()));
+    h.push_back(static_cast<uint8_t>(comment.size() >> 8));
+    h.insert(h.end(), comment.begin(), comment.end());
+    PutU16(h, 2, static_cast<uint32_t>(h.size() - 4));
+  }
+  SealHeader(h);
+  return h;
+}
+
+// A recovery-record header (type 2 or 5) followed by its added data.
+inline Bytes AceRecoveryRecord(uint8_t type, const Bytes& added) {
+  Bytes h(11, 0);
+  PutU16(h, 2, 7);
+  h[4] = type;
+  PutU32(h, 7, static_cast<uint32_t>(added.size()));
+  SealHeader(h);
+  h.insert(h.end(), added.begin(), added.end());
+  return h;
+}
+
 inline const Bytes& PackedOf(const AceEntry& e) { return e.packed.empty() ? e.data : e.packed; }
 
 // The file header of `e` with PACK_SIZE `packSize`.
