@@ -10,6 +10,10 @@ extern "C" ACEPLUG_API void ACEPLUG_CALL CompressFileMaskListArc(FileMaskList* m
   PluginState& s = State();
   // A failure left by CreateArcFile or InitArcFile stands.
   if (s.Status != 0) return;
+  if (masks == nullptr) {
+    SetStatus(AR_IO_ERROR);
+    return;
+  }
   if (s.IsNewArchive) {
     CreateArchive(masks, s.Comp.Solid == 1);
     if (s.Status != 0) return;

@@ -49,7 +49,7 @@ extern "C" ACEPLUG_API void ACEPLUG_CALL CreateDirectoryArc(const char* name) {
   PluginState& s = State();
   SetStatus(AR_OK);
   if (name == nullptr) {
-    SetStatus(AR_BAD_DIR_NAME);
+    SetStatus(AR_IO_ERROR);
     return;
   }
   char copy[kPathBuffer];

@@ -210,6 +210,11 @@ using namespace ace;
 
 extern "C" ACEPLUG_API void ACEPLUG_CALL DeleteFileMaskListArc(const FileMaskList* masks) {
   PluginState& s = State();
+  // No list is not an empty one: the walk would take it as "every entry".
+  if (masks == nullptr) {
+    SetStatus(AR_IO_ERROR);
+    return;
+  }
   if (s.IsLocked) {
     SetStatus(AR_LOCKED);
     return;
