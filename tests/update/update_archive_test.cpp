@@ -510,6 +510,21 @@ TEST_F(UpdateArchiveTest, AnArchiveThatCannotBeReadThroughIsLeftAsItWas) {
          return b;
        }(),
        AR_BAD_HEADER},
+      {"an entry cut short by the end of the file",
+       [&] {
+         Bytes b = acetest::AceArchive({Stored("a.txt", "aaa"), Stored("c.txt", SampleText(3000, 3))});
+         b.resize(b.size() - 1000);
+         return b;
+       }(),
+       AR_IO_ERROR},
+      {"the same, solid",
+       [&] {
+         Bytes b = acetest::AceArchive({Stored("a.txt", "aaa"), Stored("c.txt", SampleText(3000, 3))},
+                                       0x8000);
+         b.resize(b.size() - 1000);
+         return b;
+       }(),
+       AR_IO_ERROR},
   };
   for (const Archive& a : archives) {
     for (const Op& op : ops) {
@@ -636,6 +651,41 @@ TEST_F(UpdateArchiveTest, SeveralChangesThroughOneOpenArchive) {
   EXPECT_EQ(Names(List(archive)), (Strings{"b.txt", "x.txt", "made\\"}));
   EXPECT_EQ(TestArchive(archive), AR_OK);
   ExpectExtracts({{"b.txt", Content("b.txt")}, {"x.txt", Content("x.txt")}});
+}
+
+}  // namespace
+
+namespace {
+
+// A null list or name is refused like every null argument of the interface:
+// above all, no list at all must not read as "every entry".
+TEST_F(UpdateArchiveTest, NullArgumentsAreRefusedAndChangeNothing) {
+  for (uint16_t solid : {0, 0x8000}) {
+    SCOPED_TRACE(solid ? "solid" : "plain");
+    const Bytes before = acetest::AceArchive({Stored("a.txt", "aaa"), Stored("c.txt", "ccc")}, solid);
+    WriteArchive(before);
+    InitArcFile(archive.c_str());
+    ASSERT_EQ(GetArchiveStatus(), AR_OK);
+    ApplySettings(settings);
+    CompressFileMaskListArc(nullptr);
+    EXPECT_EQ(GetArchiveStatus(), AR_IO_ERROR);
+    SetArchiveStatus(AR_OK);
+    DeleteFileMaskListArc(nullptr);
+    EXPECT_EQ(GetArchiveStatus(), AR_IO_ERROR);
+    SetArchiveStatus(AR_OK);
+    CreateDirectoryArc(nullptr);
+    EXPECT_EQ(GetArchiveStatus(), AR_IO_ERROR);
+    DoneArcFile();
+    EXPECT_EQ(ArchiveBytes(), before);
+    ExpectNothingLeftOver();
+  }
+  fs::remove(archive);
+  CreateArcFile(archive.c_str());
+  ApplySettings(settings);
+  CompressFileMaskListArc(nullptr);
+  EXPECT_EQ(GetArchiveStatus(), AR_IO_ERROR);
+  DoneArcFile();
+  EXPECT_FALSE(fs::exists(archive));
 }
 
 }  // namespace
