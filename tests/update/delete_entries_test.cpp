@@ -176,10 +176,13 @@ TEST_F(DeleteEntriesTest, ASolidDeleteCompressesTheRestAgain) {
   settings.dictionaryKB = 256;
   ASSERT_EQ(Create(archive, {"docs\\a.txt", "b.txt", "c.exe", "d.h", "docs\\sub"}, settings), AR_OK);
   {
-    Bytes bytes = ArchiveBytes();
+    Bytes bytes = stub;
+    const Bytes made = ArchiveBytes();
+    bytes.insert(bytes.end(), made.begin(), made.end());
     bytes.insert(bytes.end(), recovery.begin(), recovery.end());
     WriteArchive(bytes);
   }
+  const Bytes leading = Slice(ArchiveBytes(), 0, stub.size() + main.size());
   const auto old = List(archive);
   ASSERT_EQ(old.back().headerType, 5u);
 
@@ -188,6 +191,7 @@ TEST_F(DeleteEntriesTest, ASolidDeleteCompressesTheRestAgain) {
   Recorder rec;
   ASSERT_EQ(Delete(archive, {"b.txt"}, settings, &rec), AR_OK);
 
+  EXPECT_EQ(Slice(ArchiveBytes(), 0, leading.size()), leading) << "stub and main header kept";
   const auto entries = List(archive);
   const Strings order = {"c.exe", "docs\\a.txt", "d.h"};
   ASSERT_EQ(Names(entries), order) << "no directory entry, no recovery record, extension order";

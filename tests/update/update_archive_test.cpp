@@ -300,12 +300,16 @@ TEST_F(UpdateArchiveTest, ASolidArchiveIsRebuiltInExtensionOrderAsOneRun) {
                    settings),
             AR_OK);
   {
-    // A recovery record behind the entries: the rebuild cannot carry it over.
-    Bytes bytes = ArchiveBytes();
+    // A stub in front, which stays, and a recovery record behind the
+    // entries, which the rebuild cannot carry over.
+    Bytes bytes(1500, 0x4D);
+    const Bytes made = ArchiveBytes();
+    bytes.insert(bytes.end(), made.begin(), made.end());
     const Bytes record = acetest::AceRecoveryRecord(2, Bytes(500, 0x33));
     bytes.insert(bytes.end(), record.begin(), record.end());
     WriteArchive(bytes);
   }
+  const Bytes leading = Slice(ArchiveBytes(), 0, 1500 + 53);
   const auto old = List(archive);
   ASSERT_EQ(old.size(), 7u);
   ASSERT_EQ(old.back().headerType, 2u);
@@ -319,6 +323,7 @@ TEST_F(UpdateArchiveTest, ASolidArchiveIsRebuiltInExtensionOrderAsOneRun) {
   FileMaskList left{};
   ASSERT_EQ(Add(archive, {"new.h", "pic.zip", "readme"}, settings, &rec, &left), AR_OK);
   EXPECT_EQ(left.First, nullptr) << "the host's list is left empty";
+  EXPECT_EQ(Slice(ArchiveBytes(), 0, leading.size()), leading) << "stub and main header kept";
 
   const auto entries = List(archive);
   const Strings order = {"tool.exe", "docs\\a.txt", "empty.txt", "b.c",
