@@ -352,7 +352,17 @@ TEST_F(UpdateArchiveTest, ASolidArchiveIsRebuiltInExtensionOrderAsOneRun) {
     EXPECT_EQ(s.a, 20000 + 8000 + 3000 + 5000) << "the total of the old files";
   }
   EXPECT_EQ(rebuildSignals, 1);
-  // Each file is shown under the temporary folder and the name it is stored as.
+  // The old files are unpacked into a folder under the temporary folder...
+  size_t unpacked = 0;
+  for (const auto& e : rec.events) {
+    if (e.kind == Recorder::Kind::Signal && e.b == AR_SIGNAL_REBUILD) break;
+    if (e.kind != Recorder::Kind::FileName) continue;
+    ++unpacked;
+    EXPECT_EQ(Slashes(e.shown).rfind(tmp.string() + "/", 0), 0u) << e.shown;
+  }
+  EXPECT_EQ(unpacked, 6u) << "five files and the directory";
+  // ...and each file is shown under the temporary folder and the name it is
+  // stored as.
   const auto shown = rec.FileNamesAfterSignal(AR_SIGNAL_REBUILD);
   ASSERT_EQ(shown.size(), order.size());
   for (size_t i = 0; i < order.size(); ++i) {
@@ -472,10 +482,6 @@ TEST_F(UpdateArchiveTest, RelativePathSelectsTheNamesakeInBothKindsOfArchive) {
   ExpectExtracts({{"x.txt", "root x"}, {"SUB\\a.txt", "old sub a"}, {"SUB\\c.txt", Content("c.txt")}});
 }
 
-}  // namespace
-
-namespace {
-
 // An archive that cannot be read through to its end is refused by every
 // change, and stays as it was.
 TEST_F(UpdateArchiveTest, AnArchiveThatCannotBeReadThroughIsLeftAsItWas) {
@@ -500,36 +506,21 @@ TEST_F(UpdateArchiveTest, AnArchiveThatCannotBeReadThroughIsLeftAsItWas) {
     Bytes bytes;
     uint16_t status;  // left by every operation
   };
+  // The same entries, plain or solid, then what makes them unreadable.
+  auto make = [&](uint16_t solid, bool cutShort) {
+    Bytes b = acetest::AceArchive({Stored("a.txt", "aaa"), Stored("c.txt", SampleText(3000, 3))}, solid);
+    if (cutShort) {
+      b.resize(b.size() - 1000);
+    } else {
+      b.insert(b.end(), unknown.begin(), unknown.end());
+    }
+    return b;
+  };
   const Archive archives[] = {
-      {"a header of an unknown type",
-       [&] {
-         Bytes b = acetest::AceArchive({Stored("a.txt", "aaa"), Stored("c.txt", "ccc")});
-         b.insert(b.end(), unknown.begin(), unknown.end());
-         return b;
-       }(),
-       AR_BAD_HEADER},
-      {"the same, solid",
-       [&] {
-         Bytes b = acetest::AceArchive({Stored("a.txt", "aaa"), Stored("c.txt", "ccc")}, 0x8000);
-         b.insert(b.end(), unknown.begin(), unknown.end());
-         return b;
-       }(),
-       AR_BAD_HEADER},
-      {"an entry cut short by the end of the file",
-       [&] {
-         Bytes b = acetest::AceArchive({Stored("a.txt", "aaa"), Stored("c.txt", SampleText(3000, 3))});
-         b.resize(b.size() - 1000);
-         return b;
-       }(),
-       AR_IO_ERROR},
-      {"the same, solid",
-       [&] {
-         Bytes b = acetest::AceArchive({Stored("a.txt", "aaa"), Stored("c.txt", SampleText(3000, 3))},
-                                       0x8000);
-         b.resize(b.size() - 1000);
-         return b;
-       }(),
-       AR_IO_ERROR},
+      {"a header of an unknown type", make(0, false), AR_BAD_HEADER},
+      {"a header of an unknown type, solid", make(0x8000, false), AR_BAD_HEADER},
+      {"an entry cut short by the end of the file", make(0, true), AR_IO_ERROR},
+      {"an entry cut short by the end of the file, solid", make(0x8000, true), AR_IO_ERROR},
   };
   for (const Archive& a : archives) {
     for (const Op& op : ops) {
@@ -542,7 +533,7 @@ TEST_F(UpdateArchiveTest, AnArchiveThatCannotBeReadThroughIsLeftAsItWas) {
   }
 
   // A solid archive is unpacked before it is changed: data that does not
-  // unpack stops the change. A plain one copies the entry as it is.
+  // unpack stops the change.
   const Bytes solid =
       acetest::AceArchive({Stored("a.txt", "aaa"), damaged, Stored("c.txt", "ccc")}, 0x8000);
   for (const Op& op : {ops[0], ops[1]}) {
@@ -553,10 +544,6 @@ TEST_F(UpdateArchiveTest, AnArchiveThatCannotBeReadThroughIsLeftAsItWas) {
     ExpectNothingLeftOver();
   }
 }
-
-}  // namespace
-
-namespace {
 
 TEST_F(UpdateArchiveTest, AFileThatIsGoneIsLeftToTheSkipQuestion) {
   struct Case {
@@ -657,10 +644,6 @@ TEST_F(UpdateArchiveTest, SeveralChangesThroughOneOpenArchive) {
   EXPECT_EQ(TestArchive(archive), AR_OK);
   ExpectExtracts({{"b.txt", Content("b.txt")}, {"x.txt", Content("x.txt")}});
 }
-
-}  // namespace
-
-namespace {
 
 // A null list or name is refused like every null argument of the interface:
 // above all, no list at all must not read as "every entry".
