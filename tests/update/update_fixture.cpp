@@ -44,6 +44,56 @@ uint16_t Create(const std::string& archive, const std::vector<std::string>& name
   return status;
 }
 
+namespace {
+
+// InitArcFile, settings and callbacks, then `operation` on the open archive.
+template <typename Operation>
+uint16_t OnOpenArchive(const std::string& archive, const Settings& st,
+                       void (*registerCallbacks)(), Operation operation) {
+  InitArcFile(archive.c_str());
+  if (GetArchiveStatus() != AR_OK) {
+    const uint16_t status = GetArchiveStatus();
+    DoneArcFile();
+    return status;
+  }
+  ApplySettings(st);
+  if (registerCallbacks) registerCallbacks();
+  operation();
+  const uint16_t status = GetArchiveStatus();
+  DoneArcFile();
+  return status;
+}
+
+}  // namespace
+
+uint16_t Add(const std::string& archive, const std::vector<std::string>& names,
+             const Settings& st, void (*registerCallbacks)()) {
+  FileMaskList masks;
+  InitFileMaskList(&masks);
+  for (const auto& n : names) AppendFileMask(n.c_str(), &masks);
+  const uint16_t status =
+      OnOpenArchive(archive, st, registerCallbacks, [&] { CompressFileMaskListArc(&masks); });
+  DoneFileMaskList(&masks);
+  return status;
+}
+
+uint16_t Delete(const std::string& archive, const std::vector<std::string>& masks,
+                const Settings& st, void (*registerCallbacks)()) {
+  FileMaskList list;
+  InitFileMaskList(&list);
+  for (const auto& m : masks) AppendFileMask(m.c_str(), &list);
+  const uint16_t status =
+      OnOpenArchive(archive, st, registerCallbacks, [&] { DeleteFileMaskListArc(&list); });
+  DoneFileMaskList(&list);
+  return status;
+}
+
+uint16_t MakeDirectory(const std::string& archive, const std::string& name, const Settings& st,
+                       void (*registerCallbacks)()) {
+  return OnOpenArchive(archive, st, registerCallbacks,
+                       [&] { CreateDirectoryArc(name.c_str()); });
+}
+
 std::vector<Listed> List(const std::string& archive, uint16_t* status) {
   InitArcFile(archive.c_str());
   ArcFileList list;

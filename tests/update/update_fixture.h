@@ -32,6 +32,17 @@ struct Listed {
   uint32_t attributes, crc, method, flags, dictionaryCode, dosTime;
 };
 
+// The operations on an existing archive, each on a fresh InitArcFile with the
+// settings applied; `registerCallbacks` runs right before the export is
+// called. Each returns the export's status (or InitArcFile's, when the open
+// fails).
+uint16_t Add(const std::string& archive, const std::vector<std::string>& names,
+             const Settings& st, void (*registerCallbacks)() = nullptr);
+uint16_t Delete(const std::string& archive, const std::vector<std::string>& masks,
+                const Settings& st, void (*registerCallbacks)() = nullptr);
+uint16_t MakeDirectory(const std::string& archive, const std::string& name, const Settings& st,
+                       void (*registerCallbacks)() = nullptr);
+
 std::vector<Listed> List(const std::string& archive, uint16_t* status = nullptr);
 uint16_t TestArchive(const std::string& archive);
 uint16_t ExtractAll(const std::string& archive, const std::string& outDir);
