@@ -66,19 +66,37 @@ void ReadFileComment(ArcFileEntry* entry) {
   }
 }
 
+// Whether a field read that left a status failed while its bytes are in the
+// file. Only a read that runs into the end of the file ends the archive; an
+// I/O error taken for the end would cut the list short, and an update or a
+// delete would then drop every entry behind it.
+bool FailedInsideFile(FileHandle file, int64_t end) {
+  const int32_t size = FileSize(file);
+  return size < 0 || end <= size;
+}
+
 }  // namespace
 
 int ReadNextHeader(ArcFileEntry* e, char* nameOut) {
   PluginState& s = State();
   const FileHandle file = s.ArchiveHandle;
-  if (s.ReadPos < 0 || FileSeek(file, s.ReadPos, FILE_BEGIN) < 0) {
+  if (s.ReadPos < 0) {
     SetStatus(AR_OK);
     return 0;
   }
+  if (FileSeek(file, s.ReadPos, FILE_BEGIN) < 0) {
+    SetStatus(AR_IO_ERROR);
+    return 0;
+  }
+  const int64_t start = s.ReadPos;
+  // A status from before (a header cut short by the end of the file) ends
+  // the walk below like the end of the file itself.
+  const bool ending = s.Status != 0;
   SetU64(e->HeaderPos, static_cast<uint32_t>(s.ReadPos));
 
   e->HeaderCrc = ReadWord(file);
   if (s.Status != 0) {
+    if (!ending && FailedInsideFile(file, start + 2)) return 0;
     SetStatus(AR_OK);  // the end of the archive
     return 0;
   }
@@ -86,6 +104,7 @@ int ReadNextHeader(ArcFileEntry* e, char* nameOut) {
   e->HeaderType = ReadByte(file);
   e->HeaderFlags = ReadWord(file);
   if (s.Status != 0) {
+    if (FailedInsideFile(file, start + 7)) return 0;
     // A header cut off inside its common part has no type: the archive ends.
     SetStatus(AR_OK);
     return 0;
@@ -95,6 +114,7 @@ int ReadNextHeader(ArcFileEntry* e, char* nameOut) {
 
   if (e->HeaderType == kHeadTypeRecovery || e->HeaderType == kHeadTypeRecovery2) {
     const uint32_t added = ReadDword(file);
+    if (s.Status != 0 && FailedInsideFile(file, start + 11)) return 0;
     if (s.Status == 0 && e->HeaderSize < kRecoveryFields) {
       SetStatus(AR_BAD_HEADER);
       return 0;
@@ -121,6 +141,7 @@ int ReadNextHeader(ArcFileEntry* e, char* nameOut) {
   e->NameLength = ReadWord(file);
   e->FormatTag = 19;
   e->IsEncrypted = (e->HeaderFlags & kFlagEncrypted) ? 1 : 0;
+  if (s.Status != 0 && FailedInsideFile(file, start + static_cast<int64_t>(kFileFixedSize))) return 0;
   // A header too short for its own fields and name is damaged: copying it by
   // HEAD_SIZE would split it from what was read, so the walk stops there.
   if (s.Status == 0 && e->HeaderSize < kFileFields + e->NameLength) {
@@ -131,7 +152,10 @@ int ReadNextHeader(ArcFileEntry* e, char* nameOut) {
   // Names longer than the field are cut; the rest is stepped over.
   char oem[kEntryNameField] = {};
   const auto stored = static_cast<int32_t>(std::min(e->NameLength, kMaxStoredName));
-  if (stored > 0 && FileRead(oem, stored, file) != stored) SetStatus(AR_IO_ERROR);
+  if (stored > 0 && FileRead(oem, stored, file) != stored) {
+    SetStatus(AR_IO_ERROR);
+    if (FailedInsideFile(file, start + static_cast<int64_t>(kFileFixedSize) + stored)) return 0;
+  }
   StoreName(oem, (e->Attributes & FILE_ATTRIBUTE_DIRECTORY) != 0, e->Name);
   if (nameOut != nullptr) std::memcpy(nameOut, e->Name, kEntryNameField);
 

@@ -32,9 +32,12 @@ bool ResolvesToRoot(const char* directory) {
 
 // Empties `directory` (ending in "\", in a buffer of `size` bytes, restored
 // on return): matching files first, then every subdirectory, depth first.
+// Something that cannot be removed does not keep the rest: the tree is
+// emptied as far as it can be and the failure reported at the end.
 bool EmptyDirectory(char* directory, size_t size, const char* pattern) {
   const size_t length = std::strlen(directory);
   WIN32_FIND_DATAA data;
+  bool ok = true;
 
   if (!AppendWhole(directory, size, pattern)) return false;
   HANDLE find = FindFirstFileA(directory, &data);
@@ -42,40 +45,39 @@ bool EmptyDirectory(char* directory, size_t size, const char* pattern) {
   if (find == INVALID_HANDLE_VALUE) {
     if (!SearchFoundNothing()) return false;
   } else {
-    bool ok = true;
     do {
       const DWORD attributes = data.dwFileAttributes;
       if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) continue;
-      ok = AppendWhole(directory, size, data.cFileName);
-      if (ok) {
+      bool removed = AppendWhole(directory, size, data.cFileName);
+      if (removed) {
         // A link (dangling ones too) is deleted itself; RemoveFile would look
         // through it at its target.
-        ok = (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 ? DeleteFileA(directory) != 0
-                                                               : RemoveFile(directory) != 0;
+        removed = (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 ? DeleteFileA(directory) != 0
+                                                                    : RemoveFile(directory) != 0;
       }
       directory[length] = '\0';
-    } while (ok && FindNextFileA(find, &data));
+      ok = removed && ok;
+    } while (FindNextFileA(find, &data));
     FindClose(find);
-    if (!ok) return false;
   }
 
   if (!AppendWhole(directory, size, "*.*")) return false;
   find = FindFirstFileA(directory, &data);
   directory[length] = '\0';
-  if (find == INVALID_HANDLE_VALUE) return SearchFoundNothing();
-  bool ok = true;
+  if (find == INVALID_HANDLE_VALUE) return SearchFoundNothing() && ok;
   do {
     const DWORD attributes = data.dwFileAttributes;
     if ((attributes & FILE_ATTRIBUTE_DIRECTORY) == 0 || IsDotsEntry(data.cFileName)) continue;
-    ok = AppendWhole(directory, size, data.cFileName);
-    if (ok && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) {
+    bool removed = AppendWhole(directory, size, data.cFileName);
+    if (removed && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) {
       const size_t named = std::strlen(directory);
-      ok = AppendWhole(directory, size, "\\") && EmptyDirectory(directory, size, pattern);
+      removed = AppendWhole(directory, size, "\\") && EmptyDirectory(directory, size, pattern);
       directory[named] = '\0';
     }
-    if (ok) ok = RemoveDirectoryA(directory) != 0;  // a link goes, its target stays
+    if (removed) removed = RemoveDirectoryA(directory) != 0;  // a link goes, its target stays
     directory[length] = '\0';
-  } while (ok && FindNextFileA(find, &data));
+    ok = removed && ok;
+  } while (FindNextFileA(find, &data));
   FindClose(find);
   return ok;
 }

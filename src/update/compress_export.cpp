@@ -18,9 +18,15 @@ extern "C" ACEPLUG_API void ACEPLUG_CALL CompressFileMaskListArc(FileMaskList* m
     CreateArchive(masks, s.Comp.Solid == 1);
     if (s.Status != 0) return;
     // The archive exists now: record its facts as an open would, so that the
-    // host can list it or add to it without opening it again.
+    // host can list it or add to it without opening it again. The creation
+    // stands even when reading it back fails; the archive then stays marked
+    // new, as a creation leaves it without the read-back.
     OpenExistingArchive(s.ArchivePath);
-    if (s.Status == 0) s.IsNewArchive = 0;
+    if (s.Status == 0) {
+      s.IsNewArchive = 0;
+    } else {
+      SetStatus(AR_OK);
+    }
     return;
   }
   if (s.IsLocked) {

@@ -10,6 +10,7 @@
 #include "fs/dir_scan.h"
 #include "fs/file_layer.h"
 #include "fs/masks.h"
+#include "platform/fault_injection.h"
 #include "plugin/state.h"
 #include "support/test_support.h"
 
@@ -232,7 +233,9 @@ TEST_F(Lookups, FindListedFile) {
 
 class Removal : public ::testing::Test {
  protected:
-  void SetUp() override {
+  void SetUp() override { Build(); }
+  void TearDown() override { platform::faults::Reset(); }
+  void Build() {
     root_ = dir_.path() / "work";
     fs::create_directories(root_ / "a.b" / "inner");
     fs::create_directories(root_ / ".cfg");
@@ -275,6 +278,30 @@ TEST_F(Removal, LinksAreRemovedNotFollowed) {
   EXPECT_EQ(RemoveTree((dir_.path() / "treelink").string().c_str(), "*.*"), 1);
   EXPECT_FALSE(fs::is_symlink(dir_.path() / "treelink"));
   EXPECT_TRUE(fs::exists(outside / "keep.txt"));
+}
+
+TEST_F(Removal, AFileThatCannotBeDeletedKeepsOnlyItselfAndItsFolders) {
+  // Each of the four files in turn refuses to go; the rest of the tree goes.
+  for (int64_t nth = 1; nth <= 4; ++nth) {
+    SCOPED_TRACE(nth);
+    platform::faults::Reset();
+    platform::faults::Arm(platform::faults::Kind::Delete, nth);
+    EXPECT_EQ(RemoveTree(root_.string().c_str(), "*.*"), 0);
+    platform::faults::Reset();
+    std::vector<fs::path> files;
+    for (const auto& e : fs::recursive_directory_iterator(root_)) {
+      if (!e.is_directory()) files.push_back(e.path());
+    }
+    ASSERT_EQ(files.size(), 1u);
+    for (const auto& e : fs::recursive_directory_iterator(root_)) {
+      if (!e.is_directory()) continue;
+      const auto inside = fs::relative(files[0], e.path());
+      EXPECT_FALSE(inside.empty() || *inside.begin() == "..") << e.path() << " is left empty";
+    }
+    fs::permissions(files[0], fs::perms::owner_all);
+    fs::remove_all(root_);
+    Build();
+  }
 }
 
 TEST_F(Removal, FilesOutsideThePatternKeepTheTree) {

@@ -100,6 +100,7 @@ void Recorder::Register() {
   SetSetProgressProc(self, OnProgress);
   if (!replaceAnswers.empty()) SetOkToReplaceProc(self, OnReplace);
   if (skipAnswer != 0) SetSkipFileProc(self, OnSkip);
+  if (beforeExport != nullptr) beforeExport();
 }
 
 std::vector<Recorder::Event> Recorder::Of(Kind kind) const {
@@ -160,8 +161,9 @@ uint16_t Delete(const std::string& archive, const std::vector<std::string>& mask
   return Close();
 }
 
-uint16_t MakeDir(const std::string& archive, const std::string& name, const Settings& st) {
-  if (!Open(archive, st, nullptr)) return Close();
+uint16_t MakeDir(const std::string& archive, const std::string& name, const Settings& st,
+                 Recorder* recorder) {
+  if (!Open(archive, st, recorder)) return Close();
   CreateDirectoryArc(name.c_str());
   return Close();
 }

@@ -52,6 +52,9 @@ struct Recorder {
   int32_t progressAnswer = 1;
   // The skip procedure is registered with this answer when it is not 0.
   int32_t skipAnswer = 0;
+  // Runs last in Register(), right before the export is called (the fault
+  // sweep arms its failure point here, after the archive was opened).
+  void (*beforeExport)() = nullptr;
 
   // Registers the procedures; the host does this after opening the archive.
   void Register();
@@ -71,7 +74,8 @@ uint16_t Add(const std::string& archive, const std::vector<std::string>& names,
              const Settings& st, Recorder* recorder = nullptr, FileMaskList* leftList = nullptr);
 uint16_t Delete(const std::string& archive, const std::vector<std::string>& masks,
                 const Settings& st, Recorder* recorder = nullptr);
-uint16_t MakeDir(const std::string& archive, const std::string& name, const Settings& st);
+uint16_t MakeDir(const std::string& archive, const std::string& name, const Settings& st,
+                 Recorder* recorder = nullptr);
 
 struct Listed {
   std::string name;
