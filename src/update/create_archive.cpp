@@ -25,12 +25,6 @@ void Abandon(bool compressorReady, FileWorkList* work) {
   FileDelete(s.ArchivePath);
 }
 
-void AnnounceFile(const char* diskPath, const char* archiveName) {
-  char shown[kPathField + 1] = "\\";
-  AppendText(shown, sizeof shown, archiveName);
-  CallFileName(diskPath, shown);
-}
-
 // The main header, checked: a failed or short write ends the creation.
 bool WriteArchiveStart(bool solid) {
   PluginState& s = State();
@@ -82,14 +76,9 @@ void CreateSolid(const FileMaskList* files) {
     return;
   }
   OrderByExtension(&work);
-  SolidRun run;
-  for (const FileWorkEntry* e = work.First; e != nullptr; e = e->Next) {
-    AnnounceFile(e->DiskPath, e->ArchiveName);
-    const int result = AddFileToSolidArchive(e->DiskPath, e->ArchiveName, run.flagBits, run.fresh);
-    if (!AdvanceSolidRun(run, result)) {
-      Abandon(true, &work);
-      return;
-    }
+  if (!AddSolidRun(work, false)) {
+    Abandon(true, &work);
+    return;
   }
   DoneCompressor();
   FreeFileWorkList(&work);

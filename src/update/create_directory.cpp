@@ -61,12 +61,7 @@ extern "C" ACEPLUG_API void ACEPLUG_CALL CreateDirectoryArc(const char* name) {
   AddTrailingBackslash(copy, withSlash);
 
   char temp[kPathField];
-  MakeTempNameBeside(s.ArchivePath, temp);
-  s.TargetHandle = FileOpen(temp, "wb");
-  if (s.TargetHandle == kNoFile) {
-    SetStatus(AR_IO_ERROR);
-    return;
-  }
+  if (!OpenTempArchive(temp)) return;
   ArcFileList entries;
   InitArcFileList(&entries);
   FileMaskList all;

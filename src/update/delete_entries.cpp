@@ -71,11 +71,8 @@ void DeletePlain(const FileMaskList* masks) {
     if (!keepTemp && temp[0] != '\0') DiscardTempArchive(temp);
   };
   if (!AppendMask("*.*", &all)) return finish(false);
-  MakeTempNameBeside(s.ArchivePath, temp);
-  s.TargetHandle = FileOpen(temp, "wb");
-  if (s.TargetHandle == kNoFile) {
+  if (!OpenTempArchive(temp)) {
     temp[0] = '\0';
-    SetStatus(AR_IO_ERROR);
     return finish(false);
   }
   WalkArchive(&entries, &all);
@@ -144,21 +141,7 @@ void DeleteSolid(const FileMaskList* masks) {
   OrderByExtension(&keep);
 
   char temp[kPathField];
-  MakeTempNameBeside(s.ArchivePath, temp);
-  s.TargetHandle = FileOpen(temp, "wb");
-  if (s.TargetHandle == kNoFile) {
-    SetStatus(AR_IO_ERROR);
-    return release();
-  }
-  s.ArchiveHandle = FileOpen(s.ArchivePath, "rb");
-  if (s.ArchiveHandle == kNoFile) SetStatus(AR_IO_ERROR);
-  const bool copied = s.ArchiveHandle != kNoFile && CopyLeadingPart();
-  if (s.ArchiveHandle != kNoFile) FileClose(s.ArchiveHandle);
-  s.ArchiveHandle = kNoFile;
-  if (!copied) {
-    DiscardTempArchive(temp);
-    return release();
-  }
+  if (!StartRebuiltArchive(temp)) return release();
   if (!InitCompressor()) {
     DiscardTempArchive(temp);
     release();
@@ -167,24 +150,7 @@ void DeleteSolid(const FileMaskList* masks) {
   }
   CallSignal(ScanTotal(), AR_SIGNAL_REBUILD);
   relative.Clear();
-  SolidRun run;
-  for (const FileWorkEntry* e = keep.First; e != nullptr; e = e->Next) {
-    char shownPath[kPathField * 2];
-    if (s.TempPath[0] != '\0') {
-      char base[kPathBuffer], extension[kPathBuffer];
-      SplitPath(e->DiskPath, nullptr, nullptr, base, extension);
-      CopyText(shownPath, sizeof shownPath, s.TempPath);
-      AppendText(shownPath, sizeof shownPath, base);
-      AppendText(shownPath, sizeof shownPath, extension);
-    } else {
-      CopyText(shownPath, sizeof shownPath, e->DiskPath);
-    }
-    char shown[kPathField + 1] = "\\";
-    AppendText(shown, sizeof shown, e->ArchiveName);
-    CallFileName(shownPath, shown);
-    const int result = AddFileToSolidArchive(e->DiskPath, e->ArchiveName, run.flagBits, run.fresh);
-    if (!AdvanceSolidRun(run, result)) break;
-  }
+  AddSolidRun(keep, true);  // a failure leaves its status, checked below
   relative.Put();
   DoneCompressor();
   if (s.Status != 0) {

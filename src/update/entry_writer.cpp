@@ -239,6 +239,34 @@ int AddFileToSolidArchive(const char* diskPath, const char* archiveName, uint16_
   return AddFile(diskPath, archiveName, true, flagBits, fresh);
 }
 
+void AnnounceFile(const char* diskPath, const char* archiveName) {
+  char shown[kPathField + 1] = "\\";
+  AppendText(shown, sizeof shown, archiveName);
+  CallFileName(diskPath, shown);
+}
+
+bool AddSolidRun(const FileWorkList& list, bool showTempNames) {
+  const PluginState& s = State();
+  SolidRun run;
+  for (const FileWorkEntry* e = list.First; e != nullptr; e = e->Next) {
+    if (showTempNames && s.TempPath[0] != '\0') {
+      char shownPath[kPathField * 2];
+      char base[kPathBuffer];
+      char extension[kPathBuffer];
+      SplitPath(e->DiskPath, nullptr, nullptr, base, extension);
+      CopyText(shownPath, sizeof shownPath, s.TempPath);
+      AppendText(shownPath, sizeof shownPath, base);
+      AppendText(shownPath, sizeof shownPath, extension);
+      AnnounceFile(shownPath, e->ArchiveName);
+    } else {
+      AnnounceFile(e->DiskPath, e->ArchiveName);
+    }
+    const int result = AddFileToSolidArchive(e->DiskPath, e->ArchiveName, run.flagBits, run.fresh);
+    if (!AdvanceSolidRun(run, result)) return false;
+  }
+  return true;
+}
+
 bool AdvanceSolidRun(SolidRun& run, int result) {
   if (result == kSolidFresh) {
     run = SolidRun{};

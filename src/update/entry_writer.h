@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+#include "fs/dir_scan.h"
+
 namespace ace {
 
 // Where a solid run stands: whether the next compressed file starts with an
@@ -28,5 +30,15 @@ int AddFileToSolidArchive(const char* diskPath, const char* archiveName, uint16_
 
 // Applies a solid writer's result to the run; false when it failed.
 bool AdvanceSolidRun(SolidRun& run, int result);
+
+// Tells the host's file-name procedure which file comes next: its disk path
+// and its stored name with a leading "\".
+void AnnounceFile(const char* diskPath, const char* archiveName);
+
+// Writes every entry of `list` as one solid run, announcing each. With
+// `showTempNames` (files unpacked into a working directory) the host is shown
+// TempPath + the file's name instead of its path in the working directory.
+// False when a file failed (status set).
+bool AddSolidRun(const FileWorkList& list, bool showTempNames);
 
 }  // namespace ace

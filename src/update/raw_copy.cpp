@@ -41,6 +41,31 @@ bool CopyPieces(int64_t position, int64_t length, int32_t piece) {
 
 bool CopyRawRange(int64_t position, int64_t length) { return CopyPieces(position, length, 16000); }
 
+bool OpenTempArchive(char* temp) {
+  PluginState& s = State();
+  MakeTempNameBeside(s.ArchivePath, temp);
+  s.TargetHandle = FileOpen(temp, "wb");
+  if (s.TargetHandle != kNoFile) return true;
+  SetStatus(AR_IO_ERROR);
+  return false;
+}
+
+bool StartRebuiltArchive(char* temp) {
+  if (!OpenTempArchive(temp)) return false;
+  PluginState& s = State();
+  s.ArchiveHandle = FileOpen(s.ArchivePath, "rb");
+  if (s.ArchiveHandle == kNoFile) {
+    SetStatus(AR_IO_ERROR);
+    DiscardTempArchive(temp);
+    return false;
+  }
+  const bool copied = CopyLeadingPart();
+  FileClose(s.ArchiveHandle);
+  s.ArchiveHandle = kNoFile;
+  if (!copied) DiscardTempArchive(temp);
+  return copied;
+}
+
 bool CopyLeadingPart() {
   const PluginState& s = State();
   return CopyPieces(0, int64_t{s.MainHeaderPos} + s.MainHeaderSize, 6000);

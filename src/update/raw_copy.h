@@ -1,10 +1,19 @@
-// Copying stretches of the old archive into the archive being written, and
-// putting a finished temporary archive in the old one's place.
+// The temporary archive that every change writes: opening it beside the old
+// archive, copying stretches of the old archive into it, and putting it in
+// the old one's place.
 #pragma once
 
 #include <cstdint>
 
 namespace ace {
+
+// Names a fresh temporary archive beside the archive (`temp`, kPathField
+// bytes) and opens it for writing as TargetHandle. A failure leaves 5.
+bool OpenTempArchive(char* temp);
+// OpenTempArchive, then the old archive's leading part and main header copied
+// into it, the old archive closed again: the start of a rebuilt archive. A
+// failure leaves its status and no temporary archive.
+bool StartRebuiltArchive(char* temp);
 
 // Copies `length` bytes from `position` of ArchiveHandle to TargetHandle in
 // pieces of at most 16,000 bytes. A failed read or write leaves 5, a short

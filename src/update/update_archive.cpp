@@ -46,12 +46,6 @@ int32_t AskReplace(const AceFindData& existing, const char* diskPath) {
   return answer;
 }
 
-void AnnounceFile(const char* diskPath, const char* storedName) {
-  char shown[kPathField + 1] = "\\";
-  AppendText(shown, sizeof shown, storedName);
-  CallFileName(diskPath, shown);
-}
-
 }  // namespace
 
 void UpdateArchive(FileMaskList* files) {
@@ -60,12 +54,7 @@ void UpdateArchive(FileMaskList* files) {
   FileMaskList keep;
   InitMaskList(&keep);
   char temp[kPathField];
-  MakeTempNameBeside(s.ArchivePath, temp);
-  s.TargetHandle = FileOpen(temp, "wb");
-  if (s.TargetHandle == kNoFile) {
-    SetStatus(AR_IO_ERROR);
-    return;
-  }
+  if (!OpenTempArchive(temp)) return;
   ArcFileList entries;
   InitArcFileList(&entries);
   FileMaskList all;
@@ -232,25 +221,7 @@ void RebuildSolidArchive(FileMaskList* files) {
   OrderByExtension(&merged);
 
   char temp[kPathField];
-  MakeTempNameBeside(s.ArchivePath, temp);
-  s.TargetHandle = FileOpen(temp, "wb");
-  if (s.TargetHandle == kNoFile) {
-    SetStatus(AR_IO_ERROR);
-    return release();
-  }
-  s.ArchiveHandle = FileOpen(s.ArchivePath, "rb");
-  if (s.ArchiveHandle == kNoFile) {
-    SetStatus(AR_IO_ERROR);
-    DiscardTempArchive(temp);
-    return release();
-  }
-  const bool copied = CopyLeadingPart();
-  FileClose(s.ArchiveHandle);
-  s.ArchiveHandle = kNoFile;
-  if (!copied) {
-    DiscardTempArchive(temp);
-    return release();
-  }
+  if (!StartRebuiltArchive(temp)) return release();
   if (!InitCompressor()) {
     DiscardTempArchive(temp);
     release();
@@ -260,19 +231,7 @@ void RebuildSolidArchive(FileMaskList* files) {
   CopyText(savedRelative, sizeof savedRelative, s.RelativePath);
   s.RelativePath[0] = '\0';
   CallSignal(ScanTotal(), AR_SIGNAL_REBUILD);
-  SolidRun run;
-  for (const FileWorkEntry* e = merged.First; e != nullptr; e = e->Next) {
-    char shownPath[kPathField * 2];
-    char base[kPathBuffer];
-    char extension[kPathBuffer];
-    SplitPath(e->DiskPath, nullptr, nullptr, base, extension);
-    CopyText(shownPath, sizeof shownPath, s.TempPath);
-    AppendText(shownPath, sizeof shownPath, base);
-    AppendText(shownPath, sizeof shownPath, extension);
-    AnnounceFile(shownPath, e->ArchiveName);
-    const int result = AddFileToSolidArchive(e->DiskPath, e->ArchiveName, run.flagBits, run.fresh);
-    if (!AdvanceSolidRun(run, result)) break;
-  }
+  AddSolidRun(merged, true);  // a failure leaves its status, checked below
   CopyText(s.RelativePath, sizeof s.RelativePath, savedRelative);
   DoneCompressor();
   if (s.Status != 0) {
