@@ -123,12 +123,5 @@ extern "C" ACEPLUG_API void ACEPLUG_CALL CreateDirectoryArc(const char* name) {
     SetStatus(written < 0 ? AR_IO_ERROR : AR_DISK_FULL);
     return fail();
   }
-  const bool closed = FileClose(s.TargetHandle) != 0;
-  s.TargetHandle = kNoFile;
-  if (!closed) {
-    SetStatus(AR_IO_ERROR);
-    FileDelete(temp);
-    return;
-  }
-  PutArchiveInPlace(temp);
+  CloseAndPutInPlace(temp);
 }

@@ -97,15 +97,8 @@ void DeletePlain(const FileMaskList* masks) {
     CopyRawRange(pos, int64_t{e->HeaderSize} + packed + 4);
   }
   if (s.Status != 0) return finish(false);
-  const bool closed = FileClose(s.TargetHandle) != 0;
-  s.TargetHandle = kNoFile;
   finish(true);
-  if (!closed) {
-    SetStatus(AR_IO_ERROR);
-    FileDelete(temp);
-    return;
-  }
-  PutArchiveInPlace(temp);
+  CloseAndPutInPlace(temp);
 }
 
 void DeleteSolid(const FileMaskList* masks) {
@@ -157,16 +150,9 @@ void DeleteSolid(const FileMaskList* masks) {
     DiscardTempArchive(temp);
     return release();
   }
-  const bool closed = FileClose(s.TargetHandle) != 0;
-  s.TargetHandle = kNoFile;
   release();
   work.Remove();
-  if (!closed) {
-    SetStatus(AR_IO_ERROR);
-    FileDelete(temp);
-    return;
-  }
-  PutArchiveInPlace(temp);
+  CloseAndPutInPlace(temp);
 }
 
 }  // namespace

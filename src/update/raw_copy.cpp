@@ -66,6 +66,18 @@ bool StartRebuiltArchive(char* temp) {
   return copied;
 }
 
+void CloseAndPutInPlace(const char* tempArchive) {
+  PluginState& s = State();
+  const bool closed = FileClose(s.TargetHandle) != 0;
+  s.TargetHandle = kNoFile;
+  if (!closed) {
+    SetStatus(AR_IO_ERROR);
+    FileDelete(tempArchive);
+    return;
+  }
+  PutArchiveInPlace(tempArchive);
+}
+
 bool CopyLeadingPart() {
   const PluginState& s = State();
   return CopyPieces(0, int64_t{s.MainHeaderPos} + s.MainHeaderSize, 6000);

@@ -23,6 +23,10 @@ bool CopyRawRange(int64_t position, int64_t length);
 // (MainHeaderPos + MainHeaderSize bytes from 0) in pieces of at most 6,000.
 bool CopyLeadingPart();
 
+// Closes TargetHandle and puts the temporary archive in place; a failed close
+// leaves 5 and deletes the temporary archive instead.
+void CloseAndPutInPlace(const char* tempArchive);
+
 // Renames the archive to a backup name, the temporary archive to the archive
 // name, and deletes the backup. A failure leaves 5, deletes the temporary
 // archive and restores the old archive under its name.

@@ -126,14 +126,7 @@ void UpdateArchive(FileMaskList* files) {
   if (s.Status != 0) return fail();
   DoneArcFileList(&entries);
   DoneMaskList(&keep);
-  const bool closed = FileClose(s.TargetHandle) != 0;
-  s.TargetHandle = kNoFile;
-  if (!closed) {
-    SetStatus(AR_IO_ERROR);
-    FileDelete(temp);
-    return;
-  }
-  PutArchiveInPlace(temp);
+  CloseAndPutInPlace(temp);
 }
 
 void RebuildSolidArchive(FileMaskList* files) {
@@ -238,16 +231,9 @@ void RebuildSolidArchive(FileMaskList* files) {
     DiscardTempArchive(temp);
     return release();
   }
-  const bool closed = FileClose(s.TargetHandle) != 0;
-  s.TargetHandle = kNoFile;
   release();
-  if (!closed) {
-    SetStatus(AR_IO_ERROR);
-    FileDelete(temp);
-    return;
-  }
   work.Remove();
-  PutArchiveInPlace(temp);
+  CloseAndPutInPlace(temp);
 }
 
 }  // namespace ace
