@@ -105,7 +105,9 @@ void PutArchiveInPlace(const char* tempArchive) {
     MoveFileA(backup, s.ArchivePath);
     return;
   }
-  FileDelete(backup);
+  // The new archive is in place; a backup left behind would be a second copy
+  // of the old archive beside it, so a failed delete gets one more try.
+  if (!FileDelete(backup)) FileDelete(backup);
 }
 
 }  // namespace ace
