@@ -1,14 +1,10 @@
 // The golden archives list exactly as listing.json describes them.
-#include <gtest/gtest.h>
-
 #include <fstream>
 #include <map>
 #include <string>
 #include <vector>
 
-#include "aceplug/aceplug.h"
-#include "plugin/state.h"
-#include "support/test_support.h"
+#include "format/format_fixture.h"
 
 namespace {
 
@@ -92,46 +88,39 @@ TEST(GoldenArchives, ListExactlyAsDescribed) {
     EXPECT_EQ(ace::State().IsSolid, solid ? 1 : 0);
     EXPECT_EQ(ace::State().SolidDictionaryKB,
               solid ? static_cast<int32_t>(Dec(want.fields.at("dict_kb"))) : 0);
-
-    FileMaskList masks;
-    InitFileMaskList(&masks);
-    AppendFileMask("*.*", &masks);
-    ArcFileList list;
-    InitArcFileList(&list);
-    BuildArcFileList(&list, &masks);
-    EXPECT_EQ(GetArchiveStatus(), AR_OK);
-    ASSERT_EQ(list.Count, 6u);
-
+    const acetest::Listed l = acetest::ListArchive();
+    EXPECT_EQ(l.status, AR_OK);
+    ASSERT_EQ(l.entries.size(), 6u);
     uint64_t packed = 0;
     uint64_t unpacked = 0;
     uint32_t files = 0;
-    size_t k = 0;
-    for (const ArcFileEntry* e = list.First; e != nullptr; e = e->Next, ++k) {
+    for (size_t k = 0; k < 6; ++k) {
+      const ArcFileEntry& e = l.entries[k];
       const Expected& x = want.entries[k];
       SCOPED_TRACE(x["name"]);
       const bool directory = (Hex(x["attr"]) & 0x10) != 0;
-      EXPECT_EQ(std::string(e->Name), directory ? x["name"] + "\\" : x["name"]);
-      EXPECT_EQ(e->NameLength, x["name"].size());
-      EXPECT_EQ(e->UnpackedSize.Low, Dec(x["orig_size"]));
-      EXPECT_EQ(e->PackedSize.Low, Dec(x["pack_size"]));
-      EXPECT_EQ(e->HeaderFlags, Hex(x["flags"]));
-      EXPECT_EQ(e->Attributes, Hex(x["attr"]));
-      EXPECT_EQ(e->Crc32, Hex(x["crc"]));
-      EXPECT_EQ(e->Method, Dec(x["method"]));
-      EXPECT_EQ(e->DictionaryCode, Dec(x["dict_code"]));
-      EXPECT_EQ(e->DosTime, 0x21210000u);
-      EXPECT_EQ(DosStampText(e->DosTime), x["time"]);
-      EXPECT_EQ(e->IsFile, 1u);
-      EXPECT_EQ(e->HostOS, directory ? 0u : 3u);
+      EXPECT_EQ(std::string(e.Name), directory ? x["name"] + "\\" : x["name"]);
+      EXPECT_EQ(e.NameLength, x["name"].size());
+      EXPECT_EQ(e.UnpackedSize.Low, Dec(x["orig_size"]));
+      EXPECT_EQ(e.PackedSize.Low, Dec(x["pack_size"]));
+      EXPECT_EQ(e.HeaderFlags, Hex(x["flags"]));
+      EXPECT_EQ(e.Attributes, Hex(x["attr"]));
+      EXPECT_EQ(e.Crc32, Hex(x["crc"]));
+      EXPECT_EQ(e.Method, Dec(x["method"]));
+      EXPECT_EQ(e.DictionaryCode, Dec(x["dict_code"]));
+      EXPECT_EQ(e.DosTime, 0x21210000u);
+      EXPECT_EQ(DosStampText(e.DosTime), x["time"]);
+      EXPECT_EQ(e.IsFile, 1u);
+      EXPECT_EQ(e.HostOS, directory ? 0u : 3u);
       if (!directory) {
-        packed += e->PackedSize.Low;
-        unpacked += e->UnpackedSize.Low;
+        packed += e.PackedSize.Low;
+        unpacked += e.UnpackedSize.Low;
         ++files;
       }
     }
     // The entries and their data fill the archive to its end.
-    const ArcFileEntry* last = list.Last;
-    EXPECT_EQ(last->HeaderPos.Low + last->HeaderSize + 4 + last->PackedSize.Low,
+    const ArcFileEntry& last = l.entries.back();
+    EXPECT_EQ(last.HeaderPos.Low + last.HeaderSize + 4 + last.PackedSize.Low,
               Dec(want.fields.at("size")));
 
     ArcInfo info;
@@ -145,9 +134,6 @@ TEST(GoldenArchives, ListExactlyAsDescribed) {
     EXPECT_EQ(info.HostSystem, 3u);
     EXPECT_EQ(info.MajorVersion, 1u);
     EXPECT_EQ(info.MinorVersion, 0u);
-
-    DoneArcFileList(&list);
-    DoneFileMaskList(&masks);
     DoneArcFile();
   }
 }

@@ -50,4 +50,39 @@ Bytes RandomBytes(size_t size, uint32_t seed) {
   return out;
 }
 
+Bytes Letters(size_t size, uint32_t seed, uint8_t count) {
+  Bytes data = RandomBytes(size, seed);
+  for (auto& b : data) b = static_cast<uint8_t>('a' + b % count);
+  return data;
+}
+
+Bytes VectorBytes(const std::string& relative) {
+  const std::filesystem::path local = TestDataDir() / "vectors" / relative;
+  return ReadFileBytes(std::filesystem::exists(local) ? local : SharedDir() / "vectors" / relative);
+}
+
+Bytes CorpusBytes(const std::string& name) { return ReadFileBytes(SharedDir() / "corpus" / name); }
+
+std::vector<VectorRow> VectorRows() {
+  const Bytes table = VectorBytes("packed.tsv");
+  std::istringstream in(std::string(table.begin(), table.end()));
+  std::vector<VectorRow> rows;
+  std::string line;
+  std::getline(in, line);  // column names
+  while (std::getline(in, line)) {
+    std::istringstream fields(line);
+    VectorRow r;
+    std::string crc;
+    if (!(fields >> r.input >> r.dictionaryKB >> r.level >> r.run >> r.size >> crc >>
+          r.packedSize >> r.packed)) {
+      continue;
+    }
+    r.crc = static_cast<uint32_t>(std::stoul(crc, nullptr, 16));
+    const size_t hash = r.run.find('#');
+    if (hash != std::string::npos) r.runIndex = std::stoi(r.run.substr(hash + 1));
+    rows.push_back(r);
+  }
+  return rows;
+}
+
 }  // namespace acetest

@@ -2,8 +2,10 @@
 // reads and writes, and paths of the test data.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -40,5 +42,45 @@ std::filesystem::path BinDir();
 
 // Deterministic pseudo-random bytes.
 Bytes RandomBytes(size_t size, uint32_t seed);
+// Deterministic pseudo-random letters from the first `count` of 'a'..'z'.
+Bytes Letters(size_t size, uint32_t seed, uint8_t count);
+
+// A golden-vector file (packed.tsv, inputs/..., packed/...): the small ones
+// are kept in tests/data, the rest come from the shared folder.
+Bytes VectorBytes(const std::string& relative);
+Bytes CorpusBytes(const std::string& name);
+
+// One row of packed.tsv: `input` compressed with a dictionary and level,
+// alone (run "-") or as file `runIndex` of a solid run.
+struct VectorRow {
+  std::string input;
+  int32_t dictionaryKB = 0;
+  int32_t level = 0;
+  std::string run;
+  int runIndex = -1;
+  size_t size = 0;
+  uint32_t crc = 0;
+  uint32_t packedSize = 0;
+  std::string packed;
+};
+std::vector<VectorRow> VectorRows();
+
+// Where two byte strings first differ, or "" when they are equal; keeps
+// failures on large data short.
+template <class A, class B>
+std::string FirstDifference(const A& expected, const B& actual) {
+  const size_t n = std::min(expected.size(), actual.size());
+  const size_t i = static_cast<size_t>(
+      std::mismatch(expected.begin(), expected.begin() + static_cast<std::ptrdiff_t>(n),
+                    actual.begin())
+          .first -
+      expected.begin());
+  if (i == n && expected.size() == actual.size()) return "";
+  std::ostringstream s;
+  s << "first difference at byte " << i << " of " << expected.size() << " expected / "
+    << actual.size() << " actual";
+  if (i < n) s << std::hex << ": 0x" << +uint8_t(expected[i]) << " vs 0x" << +uint8_t(actual[i]);
+  return s.str();
+}
 
 }  // namespace acetest

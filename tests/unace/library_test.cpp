@@ -269,13 +269,8 @@ TEST_F(Library, DamageBetweenTheMainHeaderAndTheFirstEntryIsSteppedOver) {
 
 TEST_F(Library, RecoveryRecordsAreSkippedAndBrokenHeadersReported) {
   Bytes bytes = AceArchive({Stored("a.txt", "first")});
-  // A recovery-record header with 8 bytes of added data.
-  Bytes recovery(11, 0);
-  PutU16(recovery, 2, 7);
-  recovery[4] = 2;
-  PutU32(recovery, 7, 8);
-  SealHeader(recovery);
-  recovery.insert(recovery.end(), 8, 0xEE);
+  // A recovery record with 8 bytes of added data.
+  const Bytes recovery = AceRecovery(2, 8, Bytes(8, 0xEE));
   bytes.insert(bytes.end(), recovery.begin(), recovery.end());
   const Bytes second = AceEntryBytes(Stored("b.txt", "second"));
   bytes.insert(bytes.end(), second.begin(), second.end());
