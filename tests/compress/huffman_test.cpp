@@ -10,14 +10,12 @@ namespace {
 using ace::AssignHuffmanCodes;
 using ace::BuildHuffmanCode;
 
-struct CodeOrderCase {
-  std::vector<uint8_t> widths;
-  std::vector<uint16_t> codes;
-};
-
 // Within a width, codes follow the width sort's order, not the symbol values.
 TEST(HuffmanCodes, CodesFollowTheWidthOrder) {
-  const std::vector<CodeOrderCase> cases = {
+  const struct {
+    std::vector<uint8_t> widths;
+    std::vector<uint16_t> codes;
+  } cases[] = {
       {{1, 1, 0}, {1, 0, 0}},
       {{1, 1}, {0, 1}},
       {{2, 2, 1}, {0b11, 0b10, 0b0}},
@@ -63,27 +61,13 @@ bool PrefixFree(const Built& b) {
   return true;
 }
 
-TEST(HuffmanCodes, ThreeEqualSymbolsOfTheAbcBlock) {
-  std::vector<uint32_t> f(282, 0);
-  f['a'] = f['b'] = f['c'] = 1;
-  const Built b = Build(f, 11);
-  EXPECT_EQ(b.last, 'c');
-  EXPECT_EQ(b.widths['a'], 2);
-  EXPECT_EQ(b.widths['b'], 1);
-  EXPECT_EQ(b.widths['c'], 2);
-  EXPECT_EQ(b.codes['a'], 0b10);
-  EXPECT_EQ(b.codes['b'], 0b0);
-  EXPECT_EQ(b.codes['c'], 0b11);
-}
-
 // A code always has two symbols: missing ones are added as cheaply as possible.
 TEST(HuffmanCodes, TooFewSymbolsAreCompleted) {
-  struct Case {
+  const struct {
     std::vector<int> used;
     int last;
     std::vector<int> widthOne;  // symbols that end with width 1
-  };
-  const std::vector<Case> cases = {
+  } cases[] = {
       {{}, 1, {0, 1}},
       {{0}, 1, {0, 1}},
       {{1}, 2, {1, 2}},

@@ -7,25 +7,14 @@
 #include <memory>
 #include <vector>
 
-#include "support/test_support.h"
+#include "compress/compress_support.h"
 
 namespace {
 
 using acetest::Bytes;
+using acetest::ChunkInput;
+using acetest::Letters;
 using ace::PlanStep;
-
-struct MemoryInput {
-  const Bytes* data = nullptr;
-  size_t at = 0;
-
-  static uint32_t Read(void* context, uint8_t* destination, uint32_t count) {
-    auto* in = static_cast<MemoryInput*>(context);
-    const uint32_t n = static_cast<uint32_t>(std::min<size_t>(in->data->size() - in->at, count));
-    std::memcpy(destination, in->data->data() + in->at, n);
-    in->at += n;
-    return n;
-  }
-};
 
 // Plans a whole input with fixed prices and a ring that never changes, the
 // way the engine drives the planner.
@@ -38,8 +27,8 @@ class OptimalPlannerTest : public ::testing::Test {
   void TearDown() override { ace::ReleaseTreeMatchFinder(*mf_); }
 
   std::vector<PlanStep> PlanAll(const Bytes& data, uint32_t firstPosition = 1) {
-    input_ = MemoryInput{&data, 0};
-    ace::StartTreeMatchFinder(*mf_, &MemoryInput::Read, &input_, firstPosition);
+    input_ = ChunkInput{&data};
+    ace::StartTreeMatchFinder(*mf_, &ChunkInput::Read, &input_, firstPosition);
     ace::ResetPlanner(*planner_);
     std::vector<PlanStep> steps;
     ace::FindMatches(*mf_);
@@ -58,7 +47,7 @@ class OptimalPlannerTest : public ::testing::Test {
   std::unique_ptr<ace::OptimalPrices> prices_ = std::make_unique<ace::OptimalPrices>();
   uint32_t ring_[4] = {};
   uint32_t longestPlan_ = 0;
-  MemoryInput input_;
+  ChunkInput input_;
 };
 
 // Replays the steps; also checks the forms the prices forbid.
@@ -82,12 +71,6 @@ Bytes Replay(const std::vector<PlanStep>& steps) {
   return out;
 }
 
-Bytes Letters(size_t size, uint32_t seed, uint8_t count) {
-  Bytes data = acetest::RandomBytes(size, seed);
-  for (auto& b : data) b = static_cast<uint8_t>('a' + b % count);
-  return data;
-}
-
 TEST_F(OptimalPlannerTest, StepsRebuildTheInput) {
   const Bytes inputs[] = {
       Letters(1, 1, 3),
@@ -104,22 +87,20 @@ TEST_F(OptimalPlannerTest, StepsRebuildTheInput) {
   EXPECT_EQ(longestPlan_, ace::kPlanEntries - 1);
 }
 
-TEST_F(OptimalPlannerTest, RunOfOneByteIsTakenGreedilyIn256ByteMatches) {
-  const Bytes data(1 + 256 * 4 + 10, 'q');
-  const auto steps = PlanAll(data);
+TEST_F(OptimalPlannerTest, RunsAreTakenGreedilyAndTheLastThreeBytesAreLiterals) {
+  const Bytes run(1 + 256 * 4 + 10, 'q');
+  auto steps = PlanAll(run);
   ASSERT_GE(steps.size(), 6u);
   EXPECT_EQ(steps[0].distance, -1);
   for (size_t i = 1; i <= 4; ++i) {
     EXPECT_EQ(steps[i].length, 256u);
     EXPECT_EQ(steps[i].distance, 0);
   }
-  EXPECT_EQ(Replay(steps), data);
-}
+  EXPECT_EQ(Replay(steps), run);
 
-TEST_F(OptimalPlannerTest, LastThreeBytesAreLiterals) {
   Bytes data = Letters(500, 5, 26);
   data.insert(data.end(), data.begin() + 100, data.begin() + 103);
-  const auto steps = PlanAll(data);
+  steps = PlanAll(data);
   ASSERT_GE(steps.size(), 3u);
   for (size_t i = steps.size() - 3; i < steps.size(); ++i) EXPECT_EQ(steps[i].distance, -1);
 }
@@ -146,18 +127,14 @@ TEST_F(OptimalPlannerTest, LongMatchCutsThePlanAndComesWhole) {
   EXPECT_TRUE(found);
 }
 
-TEST_F(OptimalPlannerTest, CheaperLiteralsBeatAMatch) {
+TEST_F(OptimalPlannerTest, PricesDecideBetweenLiteralsNewDistancesAndRepeats) {
   // With literals at 1 bit and matches at 13 or more, nothing but literals
   // pays, however much repeats.
   for (uint32_t s = 0; s < 256; ++s) prices_->main[s] = 1;
-  const Bytes data = Letters(5000, 8, 3);
-  const auto steps = PlanAll(data);
-  for (const PlanStep& s : steps) {
+  for (const PlanStep& s : PlanAll(Letters(5000, 8, 3))) {
     if (s.length <= ace::kTreeMatchLimit) ASSERT_EQ(s.distance, -1);
   }
-}
 
-TEST_F(OptimalPlannerTest, RepeatDistancesArePricedAsRepeats) {
   // Literals 5 bits, new distances 20 more, repeats nothing, lengths 3: a
   // 3-byte match pays only at a distance the ring holds.
   for (uint32_t s = 0; s < 256; ++s) prices_->main[s] = 5;

@@ -3,10 +3,9 @@
 
 #include <vector>
 
-#include "compress/block_reader.h"
 #include "compress/compressor_core.h"
 #include "compress/huffman.h"
-#include "compress/memory_io.h"
+#include "compress/compress_support.h"
 
 namespace {
 
@@ -18,7 +17,7 @@ class Coder {
  public:
   Coder() {
     EXPECT_TRUE(compressor_.Init(64, 1));
-    io_.SetInput(empty_);
+    io_.input = &empty_;
     compressor_.SetIo(io_.Io());
     compressor_.StartFile(0, false);
   }

@@ -8,28 +8,13 @@
 #include <vector>
 
 #include "format/crc32.h"
-#include "support/test_support.h"
+#include "compress/compress_support.h"
 
 namespace {
 
 using acetest::Bytes;
+using acetest::ChunkInput;
 using ace::TreeMatchFinder;
-
-// Hands out a byte vector in chunks of at most `chunk` bytes.
-struct MemoryInput {
-  const Bytes* data = nullptr;
-  size_t at = 0;
-  uint32_t chunk = 0xFFFFFFFFu;
-
-  static uint32_t Read(void* context, uint8_t* destination, uint32_t count) {
-    auto* in = static_cast<MemoryInput*>(context);
-    const size_t left = in->data->size() - in->at;
-    const uint32_t n = static_cast<uint32_t>(std::min<size_t>({left, count, in->chunk}));
-    std::memcpy(destination, in->data->data() + in->at, n);
-    in->at += n;
-    return n;
-  }
-};
 
 struct Finding {
   uint32_t length;
@@ -43,8 +28,8 @@ class TreeMatchFinderTest : public ::testing::Test {
   void TearDown() override { ace::ReleaseTreeMatchFinder(*mf_); }
 
   void Start(const Bytes& data, uint32_t chunk = 0xFFFFFFFFu, uint32_t first = 1) {
-    input_ = MemoryInput{&data, 0, chunk};
-    ace::StartTreeMatchFinder(*mf_, &MemoryInput::Read, &input_, first);
+    input_ = ChunkInput{&data, 0, chunk};
+    ace::StartTreeMatchFinder(*mf_, &ChunkInput::Read, &input_, first);
   }
 
   Finding Find() {
@@ -64,15 +49,8 @@ class TreeMatchFinderTest : public ::testing::Test {
   }
 
   std::unique_ptr<TreeMatchFinder> mf_ = std::make_unique<TreeMatchFinder>();
-  MemoryInput input_;
+  ChunkInput input_;
 };
-
-// Text-like bytes over a small alphabet, with many repeats of every length.
-Bytes SmallAlphabet(size_t size, uint32_t seed, uint8_t letters) {
-  Bytes data = acetest::RandomBytes(size, seed);
-  for (auto& b : data) b = static_cast<uint8_t>('a' + b % letters);
-  return data;
-}
 
 uint32_t CommonLength(const Bytes& data, size_t a, size_t b, size_t most) {
   uint32_t n = 0;
@@ -96,7 +74,7 @@ void ExpectValid(const Bytes& data, size_t p, const Finding& f) {
 
 TEST_F(TreeMatchFinderTest, NearestMatchPerLengthAgreesWithExhaustiveSearch) {
   for (uint8_t letters : {2, 3, 5}) {
-    const Bytes data = SmallAlphabet(6000, letters, letters);
+    const Bytes data = acetest::Letters(6000, letters, letters);
     Start(data);
     for (size_t p = 0; p < data.size(); ++p) {
       const Finding f = Find();
@@ -139,7 +117,7 @@ TEST_F(TreeMatchFinderTest, RunOfOneByteIsExtendedTo256AtDistanceOne) {
 
 TEST_F(TreeMatchFinderTest, LastBytesReportAtMostTheShortNotes) {
   // The second copy lies within the last 31 bytes: no tree search there.
-  Bytes data = SmallAlphabet(200, 7, 26);
+  Bytes data = acetest::Letters(200, 7, 26);
   const Bytes tail(data.begin() + 10, data.begin() + 30);
   data.insert(data.end(), tail.begin(), tail.end());
   Start(data);
@@ -149,16 +127,6 @@ TEST_F(TreeMatchFinderTest, LastBytesReportAtMostTheShortNotes) {
   EXPECT_EQ(all[copy].distances[1], copy - 10 - 1);
   // Fewer than 4 bytes left: nothing at all.
   for (size_t p = data.size() - 3; p < data.size(); ++p) EXPECT_EQ(all[p].length, 0u);
-}
-
-TEST_F(TreeMatchFinderTest, SkippedPositionsAreStillFound) {
-  const Bytes data = SmallAlphabet(3000, 11, 4);
-  Start(data);
-  std::vector<Finding> plain = FindAll(data.size());
-  Start(data);
-  // Insert the first half without looking, then compare the rest.
-  for (size_t p = 0; p < 1500; ++p) ace::SkipPosition(*mf_);
-  for (size_t p = 1500; p < data.size(); ++p) ASSERT_EQ(Find(), plain[p]) << "at " << p;
 }
 
 uint32_t PairHash(uint8_t b0, uint8_t b1) {
@@ -193,7 +161,7 @@ TEST_F(TreeMatchFinderTest, ShortNotesFillLengthsTwoAndThree) {
 // Text with long repeats at every reach, larger than twice the history, so
 // that the buffer content moves several times.
 Bytes LongRepeats(size_t size, uint32_t seed) {
-  Bytes data = SmallAlphabet(size, seed, 20);
+  Bytes data = acetest::Letters(size, seed, 20);
   const Bytes noise = acetest::RandomBytes(size / 64, seed + 1);
   for (size_t i = 0; i < noise.size(); ++i) data[i * 64 + 13] = noise[i];
   for (size_t at = 70000; at + 600 < size; at += 90001) {
@@ -233,49 +201,45 @@ TEST_F(TreeMatchFinderTest, CandidateExactlyOneDictionaryBackIsUsableOneFurtherI
   for (size_t i = p; i < data.size(); ++i) ExpectValid(data, i, all[i]);
 }
 
-TEST_F(TreeMatchFinderTest, ResultsDoNotDependOnReadChunks) {
-  const Bytes data = LongRepeats(800'000, 9);
-  Start(data);
-  std::vector<Finding> whole = FindAll(data.size());
-  Start(data, 4099);
-  for (size_t p = 0; p < data.size(); ++p) ASSERT_EQ(Find(), whole[p]) << "at " << p;
-}
-
-TEST_F(TreeMatchFinderTest, LoweringPositionsChangesNoResult) {
+// Read chunks, positions inserted without a search, and a lowering of every
+// position midway (close enough to the ceiling, with a full dictionary
+// behind) change no result.
+TEST_F(TreeMatchFinderTest, ResultsDoNotDependOnChunksSkipsOrLowering) {
   const Bytes data = LongRepeats(1'250'000, 13);
   Start(data);
-  std::vector<Finding> plain = FindAll(data.size());
-  // Start close enough to the ceiling that positions are lowered midway,
-  // with a full dictionary behind.
+  const std::vector<Finding> plain = FindAll(data.size());
+  Start(data, 4099);
+  for (size_t p = 0; p < data.size(); ++p) ASSERT_EQ(Find(), plain[p]) << "chunks, at " << p;
+  Start(data);
+  for (size_t p = 0; p < 1500; ++p) ace::SkipPosition(*mf_);
+  for (size_t p = 1500; p < 100000; ++p) ASSERT_EQ(Find(), plain[p]) << "skips, at " << p;
   const uint32_t first = ace::kTreePositionCeiling - 1'150'000;
   Start(data, 0xFFFFFFFFu, first);
-  for (size_t p = 0; p < data.size(); ++p) ASSERT_EQ(Find(), plain[p]) << "at " << p;
+  for (size_t p = 0; p < data.size(); ++p) ASSERT_EQ(Find(), plain[p]) << "lowered, at " << p;
   EXPECT_LT(mf_->pos, first);
 }
 
-TEST_F(TreeMatchFinderTest, ContinuationFindsTheEarlierFile) {
-  const Bytes first = SmallAlphabet(5000, 21, 26);
-  Bytes second(first.begin() + 1000, first.begin() + 1400);
+TEST_F(TreeMatchFinderTest, ContinuationKeepsTheHistory) {
+  const Bytes first = acetest::Letters(5000, 21, 26);
+  const Bytes second(first.begin() + 1000, first.begin() + 1400);
   Start(first);
   FindAll(first.size());
   ASSERT_TRUE(ace::InputExhausted(*mf_));
-  input_ = MemoryInput{&second, 0};
-  ace::ContinueTreeMatchFinder(*mf_, &MemoryInput::Read, &input_);
-  const Finding f = Find();
+  input_ = ChunkInput{&second};
+  ace::ContinueTreeMatchFinder(*mf_, &ChunkInput::Read, &input_);
+  Finding f = Find();
   EXPECT_EQ(f.length, ace::kTreeMaxMatch);
   EXPECT_EQ(f.distances.back(), 5000u - 1000u - 1u);
   EXPECT_FALSE(ace::InputExhausted(*mf_));
-}
 
-TEST_F(TreeMatchFinderTest, ContinuationAfterAMoveKeepsTheHistory) {
-  // The first file ends past the buffer's last safe place.
-  const Bytes first = LongRepeats(ace::kTreeHistorySize - 100, 17);
-  Bytes second(first.end() - 900'000, first.end() - 899'000);
-  Start(first);
-  FindAll(first.size());
-  input_ = MemoryInput{&second, 0};
-  ace::ContinueTreeMatchFinder(*mf_, &MemoryInput::Read, &input_);
-  const Finding f = Find();
+  // The first file ends past the buffer's last safe place: after the move.
+  const Bytes large = LongRepeats(ace::kTreeHistorySize - 100, 17);
+  const Bytes again(large.end() - 900'000, large.end() - 899'000);
+  Start(large);
+  FindAll(large.size());
+  input_ = ChunkInput{&again};
+  ace::ContinueTreeMatchFinder(*mf_, &ChunkInput::Read, &input_);
+  f = Find();
   EXPECT_EQ(f.length, ace::kTreeMaxMatch);
   EXPECT_EQ(f.distances.back(), 900'000u - 1u);
 }

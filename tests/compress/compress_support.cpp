@@ -1,6 +1,8 @@
-#include "compress/block_reader.h"
+#include "compress/compress_support.h"
 
 #include <algorithm>
+#include <cstring>
+#include <random>
 
 #include "compress/huffman.h"
 
@@ -169,6 +171,123 @@ ReadResult ReadPacked(const Bytes& packed, size_t unpackedSize, const Bytes& his
   }
   r.ok = true;
   return r;
+}
+
+namespace {
+
+int32_t Read(void* context, uint8_t* destination, int32_t count) {
+  auto& io = *static_cast<MemoryIo*>(context);
+  if (io.reads++ == io.failReadAt) return -1;
+  const size_t left = io.input->size() - io.readPos;
+  const size_t n = std::min({left, static_cast<size_t>(count), static_cast<size_t>(io.maxRead)});
+  if (n > 0) std::memcpy(destination, io.input->data() + io.readPos, n);
+  io.readPos += n;
+  return static_cast<int32_t>(n);
+}
+
+int32_t Write(void* context, const uint8_t* bytes, int32_t count) {
+  auto& io = *static_cast<MemoryIo*>(context);
+  io.writeSizes.push_back(count);
+  if (io.writes++ == io.failWriteAt) {
+    if (!io.shortWrite) return -1;
+    io.output.insert(io.output.end(), bytes, bytes + count / 2);
+    return count / 2;
+  }
+  io.output.insert(io.output.end(), bytes, bytes + count);
+  return count;
+}
+
+int32_t Progress(void* context, int32_t percent, int32_t step) {
+  auto& io = *static_cast<MemoryIo*>(context);
+  const bool abort = static_cast<int>(io.reports.size()) == io.abortAtReport;
+  io.reports.push_back({percent, step});
+  return abort ? 0 : 1;
+}
+
+}  // namespace
+
+ace::CompressorIo MemoryIo::Io() {
+  ace::CompressorIo io;
+  io.read = &Read;
+  io.readContext = this;
+  io.write = &Write;
+  io.writeContext = this;
+  if (listen) {
+    io.progress = &Progress;
+    io.progressContext = this;
+  }
+  return io;
+}
+
+PackResult RunFile(ace::Compressor& c, MemoryIo& io, const Bytes& input, int64_t declared,
+                   bool continued) {
+  io.input = &input;
+  io.readPos = 0;
+  c.SetIo(io.Io());
+  c.StartFile(static_cast<uint32_t>(declared < 0 ? static_cast<int64_t>(input.size()) : declared),
+              continued);
+  c.Run();
+  c.Finish();
+  return {io.output, c.Crc(), c.PackedSize(), c.Status(), c.Grew(), c.BytesRead()};
+}
+
+PackResult Pack(const Bytes& input, int32_t dictionaryKB, int32_t level) {
+  return PackSolid({input}, dictionaryKB, level).at(0);
+}
+
+std::vector<PackResult> PackSolid(const std::vector<Bytes>& inputs, int32_t dictionaryKB,
+                                  int32_t level) {
+  ace::Compressor compressor;
+  std::vector<PackResult> results;
+  if (!compressor.Init(dictionaryKB, level)) return results;
+  for (size_t i = 0; i < inputs.size(); ++i) {
+    MemoryIo io;
+    results.push_back(RunFile(compressor, io, inputs[i], -1, i > 0));
+  }
+  return results;
+}
+
+Bytes TextBytes(size_t size, uint32_t seed) {
+  static const char* const kWords[] = {
+      "the",   "of",     "and",   "a",      "to",     "in",     "is",      "you",
+      "that",  "it",     "he",    "was",    "for",    "on",     "are",     "as",
+      "with",  "his",    "they",  "at",     "be",     "this",   "have",    "from",
+      "or",    "one",    "had",   "by",     "word",   "but",    "not",     "what",
+      "all",   "were",   "we",    "when",   "your",   "can",    "said",    "there",
+      "queen", "rabbit", "alice", "garden", "looked", "little", "thought", "door"};
+  std::mt19937 gen(seed);
+  Bytes out;
+  out.reserve(size + 16);
+  size_t line = 0;
+  while (out.size() < size) {
+    const char* w = kWords[gen() % (sizeof kWords / sizeof kWords[0])];
+    while (*w) out.push_back(static_cast<uint8_t>(*w++));
+    line += 6;
+    if (gen() % 9 == 0) out.push_back(',');
+    if (line > 70) {
+      out.push_back('\n');
+      line = 0;
+    } else {
+      out.push_back(' ');
+    }
+  }
+  out.resize(size);
+  return out;
+}
+
+uint32_t ChunkInput::Read(void* context, uint8_t* destination, uint32_t count) {
+  auto* in = static_cast<ChunkInput*>(context);
+  const size_t left = in->data->size() - in->at;
+  const uint32_t n = static_cast<uint32_t>(std::min<size_t>({left, count, in->chunk}));
+  std::memcpy(destination, in->data->data() + in->at, n);
+  in->at += n;
+  return n;
+}
+
+std::vector<ReadToken> ReadResult::Tokens() const {
+  std::vector<ReadToken> all;
+  for (const auto& b : blocks) all.insert(all.end(), b.tokens.begin(), b.tokens.end());
+  return all;
 }
 
 }  // namespace acetest
