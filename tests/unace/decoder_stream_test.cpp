@@ -6,12 +6,12 @@
 #include <string>
 #include <utility>
 
+#include "support/code_writer.h"
 #include "unace/decoder_support.h"
 
+namespace acetest {
 namespace {
 
-using acetest::Bytes;
-using acetest::StreamWriter;
 using ace::DecodeStatus;
 using ace::Lz77Decoder;
 
@@ -48,14 +48,14 @@ Bytes Block(const std::vector<Token>& tokens, int count = -1) {
   for (const Token& t : tokens) {
     if (t.length >= 0) lengthW.at(static_cast<size_t>(t.length)) = 4;
   }
-  StreamWriter w;
-  w.PutCodeWidths(mainW);
-  w.PutCodeWidths(lengthW);
-  w.Put(15, count < 0 ? static_cast<uint32_t>(tokens.size()) : static_cast<uint32_t>(count));
+  BitWriter w;
+  PutCodeWidths(w, mainW);
+  PutCodeWidths(w, lengthW);
+  w.Put(count < 0 ? static_cast<uint32_t>(tokens.size()) : static_cast<uint32_t>(count), 15);
   for (const Token& t : tokens) {
-    w.PutCode(mainW, t.main);
-    if (t.extraBits != 0) w.Put(t.extraBits, t.extra);
-    if (t.length >= 0) w.PutCode(lengthW, static_cast<uint32_t>(t.length));
+    PutCode(w, mainW, t.main);
+    if (t.extraBits != 0) w.Put(t.extra, static_cast<int>(t.extraBits));
+    if (t.length >= 0) PutCode(w, lengthW, static_cast<uint32_t>(t.length));
   }
   return w.Finish();
 }
@@ -69,10 +69,10 @@ std::vector<Token> Literals(const std::string& text) {
 class StreamTest : public ::testing::Test {
  protected:
   void SetUp() override { ASSERT_EQ(decoder_.Init(), DecodeStatus::kOk); }
-  acetest::DecodeResult Run(const Bytes& packed, uint64_t size, bool solid = false) {
-    return acetest::DecodeFile(decoder_, packed, size, solid);
+  DecodeResult Run(const Bytes& packed, uint64_t size, bool solid = false) {
+    return DecodeFile(decoder_, packed, size, solid);
   }
-  static std::string Text(const acetest::DecodeResult& r) {
+  static std::string Text(const DecodeResult& r) {
     return std::string(r.output.begin(), r.output.end());
   }
   Lz77Decoder decoder_;
@@ -106,37 +106,36 @@ TEST_F(StreamTest, LongDistancesNeedLongerMatches) {
 // last symbol, and a running sum that wraps back to 0.
 TEST_F(StreamTest, GeneralCodeWidthForm) {
   const std::vector<uint8_t> widthCode = {2, 3, 0, 0, 3, 1};
-  StreamWriter w;
-  w.Put(9, 125);  // last
-  w.Put(4, 1);    // low
-  w.Put(4, 5);    // top
-  for (uint8_t x : widthCode) w.Put(3, x);
+  BitWriter w;
+  w.Put(125, 9);  // last
+  w.Put(1, 4);    // low
+  w.Put(5, 4);    // top
+  for (uint8_t x : widthCode) w.Put(x, 3);
   for (int i = 0; i < 6; ++i) {  // 6 x 19 zeros
-    w.PutCode(widthCode, 5);
-    w.Put(4, 15);
+    PutCode(w, widthCode, 5);
+    w.Put(15, 4);
   }
-  w.PutCode(widthCode, 5);  // 5 more: symbols 0..118 unused
-  w.Put(4, 1);
-  for (uint32_t delta : {1, 0, 0, 0, 4}) w.PutCode(widthCode, delta);  // 119..122 width 2, 123 off
-  w.PutCode(widthCode, 5);  // 19 zeros asked, 2 fit
-  w.Put(4, 15);
-  const auto lengthW = Widths(256, {{0, 1}, {1, 1}});
-  w.PutCodeWidths(lengthW);
-  w.Put(15, 8);
-  const auto mainW = Widths(282, {{'w', 2}, {'x', 2}, {'y', 2}, {'z', 2}});
-  for (char c : std::string("wxyzzyxw")) w.PutCode(mainW, static_cast<uint8_t>(c), 125);
+  PutCode(w, widthCode, 5);  // 5 more: symbols 0..118 unused
+  w.Put(1, 4);
+  for (uint32_t delta : {1, 0, 0, 0, 4}) PutCode(w, widthCode, delta);  // 119..122 width 2, 123 off
+  PutCode(w, widthCode, 5);  // 19 zeros asked, 2 fit
+  w.Put(15, 4);
+  PutCodeWidths(w, Widths(256, {{0, 1}, {1, 1}}));
+  w.Put(8, 15);
+  const auto mainW = Widths(126, {{'w', 2}, {'x', 2}, {'y', 2}, {'z', 2}});
+  for (char c : std::string("wxyzzyxw")) PutCode(w, mainW, static_cast<uint8_t>(c));
   auto r = Run(w.Finish(), 8);
   ASSERT_EQ(r.status, DecodeStatus::kOk) << ace::DecodeStatusText(r.status);
   EXPECT_EQ(Text(r), "wxyzzyxw");
 }
 
 TEST_F(StreamTest, ModulusZeroAndOversizedLastStaySafe) {
-  StreamWriter w;
-  w.Put(9, 511);
-  w.Put(4, 0);
-  w.Put(4, 0);
-  w.Put(3, 0);
-  for (int i = 0; i < 200; ++i) w.Put(5, 0x0F);
+  BitWriter w;
+  w.Put(511, 9);
+  w.Put(0, 4);
+  w.Put(0, 4);
+  w.Put(0, 3);
+  for (int i = 0; i < 200; ++i) w.Put(0x0F, 5);
   EXPECT_NE(Run(w.Finish(), 100).status, DecodeStatus::kOk);
 }
 
@@ -147,14 +146,9 @@ TEST_F(StreamTest, ErrorsOfBadStreams) {
     uint64_t size;
     DecodeStatus expected;
   };
-  StreamWriter tooWide;  // low 15 plus a delta of 1: width 16
-  tooWide.Put(9, 1);
-  tooWide.Put(4, 15);
-  tooWide.Put(4, 12);
-  for (uint8_t x : acetest::FixedWidthCode()) tooWide.Put(3, x);
-  tooWide.PutCode(acetest::FixedWidthCode(), 1);
-  tooWide.PutCode(acetest::FixedWidthCode(), 0);
-  for (int i = 0; i < 40; ++i) tooWide.Put(32, 0);
+  BitWriter tooWide;  // low 15 plus a level of 1: width 16
+  PutCodeWidths(tooWide, {16, 16}, 15);
+  for (int i = 0; i < 40; ++i) tooWide.Put(0, 32);
 
   auto aaLit = Literals("a");
   aaLit.push_back(New(0, 1));  // distance 1, length 3
@@ -190,13 +184,12 @@ TEST_F(StreamTest, ErrorsOfBadStreams) {
 // left out and the data decodes with the rest.
 TEST_F(StreamTest, OverfullCodeLeavesOutTheLongestCodes) {
   const auto full = Widths(282, {{'a', 1}, {'b', 1}, {'c', 2}});
-  const auto sent = Widths(282, {{'a', 1}, {'b', 1}});
   const auto lengthW = Widths(256, {{0, 1}, {1, 1}});
-  StreamWriter w;
-  w.PutCodeWidths(full);
-  w.PutCodeWidths(lengthW);
-  w.Put(15, 4);
-  for (char c : std::string("abba")) w.PutCode(sent, static_cast<uint8_t>(c), 'c');
+  BitWriter w;
+  PutCodeWidths(w, full);
+  PutCodeWidths(w, lengthW);
+  w.Put(4, 15);
+  for (char c : std::string("abba")) PutCode(w, full, static_cast<uint8_t>(c));
   auto r = Run(w.Finish(), 4);
   ASSERT_EQ(r.status, DecodeStatus::kOk) << ace::DecodeStatusText(r.status);
   EXPECT_EQ(Text(r), "abba");
@@ -215,12 +208,12 @@ TEST_F(StreamTest, SolidFilesReachIntoEarlierOutputOnly) {
   // A decoder that keeps 8 bytes of history refuses distance 9 even when more was decoded.
   Lz77Decoder small;
   ASSERT_EQ(small.Init(8, 64), DecodeStatus::kOk);
-  ASSERT_EQ(acetest::DecodeFile(small, Block(Literals("abcdefghij")), 10).status,
+  ASSERT_EQ(DecodeFile(small, Block(Literals("abcdefghij")), 10).status,
             DecodeStatus::kOk);
-  auto near = acetest::DecodeFile(small, Block({New(7, 0), Lit('x')}), 3, true);
+  auto near = DecodeFile(small, Block({New(7, 0), Lit('x')}), 3, true);
   ASSERT_EQ(near.status, DecodeStatus::kOk);
   EXPECT_EQ(Text(near), "cdx");
-  EXPECT_EQ(acetest::DecodeFile(small, Block({New(8, 0), Lit('x')}), 3, true).status,
+  EXPECT_EQ(DecodeFile(small, Block({New(8, 0), Lit('x')}), 3, true).status,
             DecodeStatus::kDistanceTooFar);
 }
 
@@ -230,8 +223,8 @@ TEST_F(StreamTest, MatchAcrossChunkEndStopsAtTheFileEnd) {
   Lz77Decoder small;
   ASSERT_EQ(small.Init(64, 4), DecodeStatus::kOk);
   const Bytes packed = Block({Lit('a'), New(0, 8)});  // 'a' then 10 more
-  EXPECT_EQ(acetest::DecodeFile(small, packed, 6).status, DecodeStatus::kSizeOverrun);
-  auto r = acetest::DecodeFile(small, packed, 11);
+  EXPECT_EQ(DecodeFile(small, packed, 6).status, DecodeStatus::kSizeOverrun);
+  auto r = DecodeFile(small, packed, 11);
   ASSERT_EQ(r.status, DecodeStatus::kOk);
   EXPECT_EQ(Text(r), "aaaaaaaaaaa");
 }
@@ -263,3 +256,4 @@ TEST(DecoderSetupTest, ReadFailureAndMissingSetup) {
 }
 
 }  // namespace
+}  // namespace acetest

@@ -1,56 +1,48 @@
-// Helpers for the decoder tests: whole-file decoding through chunks and piecewise sources, and a
-// writer for hand-made packed streams.
+// Whole-file decoding for the decoder tests, with the output taken in chunks
+// and the packed bytes handed out in pieces.
 #pragma once
 
-#include <cstdint>
-#include <string>
-#include <vector>
+#include <algorithm>
+#include <cstring>
+#include <stdexcept>
 
 #include "support/test_support.h"
 #include "unace/decoder/lz77_decoder.h"
 
 namespace acetest {
 
-// Hands out a buffer in pieces of at most `piece` bytes per call.
-struct PieceSource {
-  const Bytes* data = nullptr;
-  size_t position = 0;
-  size_t piece = 0;
-  ace::PackedSource source();
-};
-
 struct DecodeResult {
   ace::DecodeStatus status = ace::DecodeStatus::kOk;
   Bytes output;
 };
 
-// Decodes one file's packed data completely; piece 0 hands the whole buffer at once.
-DecodeResult DecodeFile(ace::Lz77Decoder& decoder, const Bytes& packed, uint64_t size,
-                        bool continueSolid = false, size_t piece = 0);
-
-// Bits most significant first into 32-bit words stored little-endian, as the encoder packs them.
-class StreamWriter {
- public:
-  void Put(uint32_t n, uint32_t value);
-  // Writes `symbol` with the code that the decoder derives from `widths` sent with the last
-  // symbol `last` (by default the last one with a nonzero width, as PutCodeWidths sends it).
-  void PutCode(const std::vector<uint8_t>& widths, uint32_t symbol, int last = -1);
-  // A code section with lower width 0, modulus 12 and a fixed complete width code.
-  void PutCodeWidths(const std::vector<uint8_t>& widths);
-  Bytes Finish();
-
- private:
-  Bytes bytes_;
-  uint32_t acc_ = 0;
-  uint32_t count_ = 0;
-};
-
-// The code of each symbol 0..last (0 for an unused one) as the decoder assigns them. The order
-// among equal widths depends on `last`.
-std::vector<uint32_t> CanonicalCodes(const std::vector<uint8_t>& widths, size_t last);
-size_t LastUsed(const std::vector<uint8_t>& widths);
-
-// The widths of the fixed width code used by PutCodeWidths: 13 symbols, complete.
-const std::vector<uint8_t>& FixedWidthCode();
+// Decodes one file's packed data completely, handing out at most `piece`
+// packed bytes per read (0: all at once). Throws if the decoder hands out
+// more than `size` bytes.
+inline DecodeResult DecodeFile(ace::Lz77Decoder& decoder, const Bytes& packed, uint64_t size,
+                               bool continueSolid = false, size_t piece = 0) {
+  struct Source {
+    const Bytes* data;
+    size_t position, piece;
+  } src{&packed, 0, piece == 0 ? packed.size() + 1 : piece};
+  auto read = [](void* context, uint8_t* buffer, uint32_t count) -> int32_t {
+    auto* s = static_cast<Source*>(context);
+    const size_t n = std::min<size_t>({count, s->piece, s->data->size() - s->position});
+    if (n != 0) std::memcpy(buffer, s->data->data() + s->position, n);
+    s->position += n;
+    return static_cast<int32_t>(n);
+  };
+  decoder.BeginFile(ace::PackedSource{read, &src}, size, continueSolid);
+  DecodeResult result;
+  for (;;) {
+    const uint8_t* data = nullptr;
+    size_t n = 0;
+    result.status = decoder.Decode(&data, &n);
+    if (result.status != ace::DecodeStatus::kOk || n == 0) break;
+    if (result.output.size() + n > size) throw std::logic_error("decoder passed the size");
+    result.output.insert(result.output.end(), data, data + n);
+  }
+  return result;
+}
 
 }  // namespace acetest

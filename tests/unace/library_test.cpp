@@ -256,37 +256,37 @@ TEST_F(Library, AnswersToTheStartOfAFile) {
   EXPECT_EQ(Calls(3, ACE_CALLBACK_STATE_STARTFILE).size(), 1u);
 }
 
-TEST_F(Library, DamageBetweenTheMainHeaderAndTheFirstEntryIsSteppedOver) {
-  Bytes bytes = AceMainHeader();
-  bytes.insert(bytes.end(), 100, 0x5A);
-  const Bytes entry = AceEntryBytes(Stored("a.txt", "after the junk"));
-  bytes.insert(bytes.end(), entry.begin(), entry.end());
-  AceTestStruc t{};
-  t.Files.FileList = "";
-  EXPECT_EQ(test_(Write(bytes).c_str(), &t), 0);
-  EXPECT_EQ(Calls(3, ACE_CALLBACK_STATE_STARTFILE).size(), 1u);
-}
-
-TEST_F(Library, RecoveryRecordsAreSkippedAndBrokenHeadersReported) {
-  Bytes bytes = AceArchive({Stored("a.txt", "first")});
-  // A recovery record with 8 bytes of added data.
-  const Bytes recovery = AceRecovery(2, 8, Bytes(8, 0xEE));
-  bytes.insert(bytes.end(), recovery.begin(), recovery.end());
-  const Bytes second = AceEntryBytes(Stored("b.txt", "second"));
-  bytes.insert(bytes.end(), second.begin(), second.end());
+// Damage between the main header and the first entry is stepped over,
+// recovery records are skipped, and a broken header ends the test.
+TEST_F(Library, TestStepsOverJunkAndRecoveryRecordsAndStopsAtABrokenHeader) {
   Bytes broken = AceEntryBytes(Stored("c.txt", "third"));
   broken[0] ^= 0xFF;  // HEAD_CRC no longer matches
-  bytes.insert(bytes.end(), broken.begin(), broken.end());
-  AceTestStruc t{};
-  t.Files.FileList = "";
-  EXPECT_EQ(test_(Write(bytes).c_str(), &t), ACE_CALLBACK_ERROR_HEADER);
-  std::vector<std::string> names;
-  for (const Call& c : Calls(3, ACE_CALLBACK_STATE_STARTFILE)) names.push_back(c.name);
-  EXPECT_EQ(names, (std::vector<std::string>{"a.txt", "b.txt"}));
-  ASSERT_EQ(Calls(1, ACE_CALLBACK_ERROR_HEADER).size(), 1u);
+  const struct {
+    Bytes archive;
+    int result;
+    std::vector<std::string> names;
+  } cases[] = {
+      {Join({AceMainHeader(), Bytes(100, 0x5A), AceEntryBytes(Stored("a.txt", "after the junk"))}),
+       0, {"a.txt"}},
+      {Join({AceArchive({Stored("a.txt", "first")}), AceRecovery(2, 8, Bytes(8, 0xEE)),
+             AceEntryBytes(Stored("b.txt", "second")), broken}),
+       ACE_CALLBACK_ERROR_HEADER, {"a.txt", "b.txt"}},
+  };
+  for (const auto& c : cases) {
+    calls_.clear();
+    AceTestStruc t{};
+    t.Files.FileList = "";
+    EXPECT_EQ(test_(Write(c.archive).c_str(), &t), c.result);
+    std::vector<std::string> names;
+    for (const Call& call : Calls(3, ACE_CALLBACK_STATE_STARTFILE)) names.push_back(call.name);
+    EXPECT_EQ(names, c.names);
+    EXPECT_EQ(Calls(1, ACE_CALLBACK_ERROR_HEADER).size(), c.result == 0 ? 0u : 1u);
+  }
 }
 
-TEST_F(Library, NextVolumeRequestNamesTheExpectedPath) {
+// The next volume is asked for by its expected path; a continuation that
+// belongs to another entry is refused.
+TEST_F(Library, VolumesAreRequestedAndMustContinueTheEntry) {
   AceEntry head = Stored("span.txt", "0123456789");
   head.flags |= 0x2000;
   head.packed = TextBytes("01234");
@@ -302,21 +302,11 @@ TEST_F(Library, NextVolumeRequestNamesTheExpectedPath) {
   EXPECT_EQ(requests[0].type, static_cast<uint32_t>(ACE_CALLBACK_TYPE_ARCHIVE));
   EXPECT_EQ(requests[0].volume, dir_ / "vol.c00");
   EXPECT_EQ(requests[0].volumeNumber, 0u);
-}
 
-TEST_F(Library, ContinuationFromAnotherEntryIsRefused) {
-  AceEntry head = Stored("span.txt", "0123456789");
-  head.flags |= 0x2000;
-  head.packed = TextBytes("01234");
-  const std::string archive = Write(AceArchive({head}), "vol.ace");
   AceEntry wrong = Stored("other.txt", "56789");
   wrong.flags |= 0x1000;
-  Bytes volume1 = AceMainHeader(0, 1);
-  const Bytes tail = AceEntryBytes(wrong);
-  volume1.insert(volume1.end(), tail.begin(), tail.end());
-  Write(volume1, "vol.c00");
-  AceTestStruc t{};
-  t.Files.FileList = "";
+  Write(Join({AceMainHeader(0, 1), AceEntryBytes(wrong)}), "vol.c00");
+  answer_ = nullptr;
   EXPECT_EQ(test_(archive.c_str(), &t), ACE_CALLBACK_ERROR_HEADER);
 }
 
