@@ -9,29 +9,35 @@ namespace {
 
 using acetest::PluginTest;
 
-TEST_F(PluginTest, InitAndDoneOnAnEmptyHead) {
+void ExpectEmpty(const ArcFileList& list) {
+  EXPECT_EQ(list.Count, 0u);
+  EXPECT_EQ(list.First, nullptr);
+  EXPECT_EQ(list.Last, nullptr);
+}
+
+// Entries keep their append order; DoneArcFileList releases every entry and
+// comment (the sanitizer build reports any left behind) and empties the head.
+TEST_F(PluginTest, ListsKeepTheirAppendOrderAndAreReleasedWhole) {
   ArcFileList list;
   std::memset(&list, 0xAB, sizeof list);
   InitArcFileList(&list);
-  EXPECT_EQ(list.Count, 0u);
-  EXPECT_EQ(list.First, nullptr);
-  EXPECT_EQ(list.Last, nullptr);
+  ExpectEmpty(list);
   DoneArcFileList(&list);
-  EXPECT_EQ(list.Count, 0u);
-  EXPECT_EQ(list.First, nullptr);
-  EXPECT_EQ(list.Last, nullptr);
+  ExpectEmpty(list);
   EXPECT_EQ(GetArchiveStatus(), AR_OK);
-}
 
-TEST_F(PluginTest, EntriesKeepTheirAppendOrder) {
-  ArcFileList list;
-  InitArcFileList(&list);
-  ArcFileEntry* entries[3];
-  for (int i = 0; i < 3; ++i) {
+  ArcFileEntry* entries[4];
+  const int32_t comments[4] = {5, 0, 300, -1};  // -1: no comment at all
+  for (int i = 0; i < 4; ++i) {
     entries[i] = ace::NewArcFileEntry();
     ASSERT_NE(entries[i], nullptr);
     entries[i]->Next = entries[0];  // stale links are replaced
     std::snprintf(entries[i]->Name, sizeof entries[i]->Name, "name%d", i);
+    if (comments[i] >= 0) {
+      entries[i]->Comment = ace::NewEntryComment(comments[i]);
+      entries[i]->CommentLength = comments[i];
+      std::memset(entries[i]->Comment, 'c', static_cast<size_t>(comments[i]));
+    }
     ace::AppendArcFileEntry(&list, entries[i]);
     EXPECT_EQ(list.Count, static_cast<uint32_t>(i + 1));
     EXPECT_EQ(list.First, entries[0]);
@@ -39,11 +45,9 @@ TEST_F(PluginTest, EntriesKeepTheirAppendOrder) {
   }
   std::string order;
   for (const ArcFileEntry* e = list.First; e != nullptr; e = e->Next) order += e->Name;
-  EXPECT_EQ(order, "name0name1name2");
+  EXPECT_EQ(order, "name0name1name2name3");
   DoneArcFileList(&list);
-  EXPECT_EQ(list.Count, 0u);
-  EXPECT_EQ(list.First, nullptr);
-  EXPECT_EQ(list.Last, nullptr);
+  ExpectEmpty(list);
 }
 
 TEST_F(PluginTest, NewEntriesAndCommentsAreZeroed) {
@@ -61,24 +65,6 @@ TEST_F(PluginTest, NewEntriesAndCommentsAreZeroed) {
   ArcFileList list{};
   ace::AppendArcFileEntry(&list, entry);
   DoneArcFileList(&list);
-}
-
-// The sanitizer build reports any comment or entry left behind.
-TEST_F(PluginTest, DoneArcFileListReleasesEveryComment) {
-  ArcFileList list;
-  InitArcFileList(&list);
-  for (int32_t length : {5, 0, 300}) {
-    ArcFileEntry* entry = ace::NewArcFileEntry();
-    ASSERT_NE(entry, nullptr);
-    entry->Comment = ace::NewEntryComment(length);
-    entry->CommentLength = length;
-    std::memset(entry->Comment, 'c', static_cast<size_t>(length));
-    ace::AppendArcFileEntry(&list, entry);
-  }
-  ace::AppendArcFileEntry(&list, ace::NewArcFileEntry());  // no comment at all
-  EXPECT_EQ(list.Count, 4u);
-  DoneArcFileList(&list);
-  EXPECT_EQ(list.First, nullptr);
 }
 
 }  // namespace

@@ -70,7 +70,7 @@ TEST_F(PluginTest, CreateArcFileOverAnExistingFileClearsTheSettings) {
   EXPECT_EQ(S().MainHeaderPos, -1);
 }
 
-TEST_F(PluginTest, CreateArcFileOnANewPathRecordsIt) {
+TEST_F(PluginTest, NewPathsAndDirectories) {
   acetest::TempDir dir;
   const std::string path = dir / "new.ace";
   SetArchiveStatus(77);
@@ -79,11 +79,9 @@ TEST_F(PluginTest, CreateArcFileOnANewPathRecordsIt) {
   EXPECT_STREQ(S().ArchivePath, path.c_str());
   EXPECT_EQ(S().IsNewArchive, 1);
   EXPECT_FALSE(std::filesystem::exists(path)) << "the first compression writes the file";
-}
 
-TEST_F(PluginTest, InitArcFileOnADirectoryCountsAsNew) {
-  acetest::TempDir dir;
-  InitArcFile(dir.str().c_str());
+  DoneArcFile();
+  InitArcFile(dir.str().c_str());  // a directory counts as new
   EXPECT_EQ(GetArchiveStatus(), AR_FILE_NOT_FOUND);
   EXPECT_EQ(S().IsNewArchive, 1);
   EXPECT_STREQ(S().ArchivePath, "");
