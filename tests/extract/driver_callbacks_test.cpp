@@ -61,6 +61,7 @@ INSTANTIATE_TEST_SUITE_P(
                                "C:\\OUT\\dir\\sub\\a.txt"},
                       NameCase{"C:\\OUT\\", 1, "", "\\root.txt", "C:\\OUT\\root.txt"},
                       NameCase{"C:\\OUT\\", 2, "dir\\", "dir\\a.txt", "C:\\OUT\\dir\\a.txt"},
+                      NameCase{"C:\\OUT\\", 0, "dir\\", "dir\\sub\\a.txt", "C:\\OUT\\a.txt"},
                       NameCase{"C:\\OUT\\", 0, "", "plain", "C:\\OUT\\plain"}));
 
 TEST_F(DriverPieces, OverlongOutputNameIsRefusedNotCut) {

@@ -14,11 +14,11 @@ struct GoldenFile {
 };
 
 const GoldenFile kGoldenFiles[] = {
-    {"docs\\alice29.txt", [] { return CorpusFile("alice29.txt"); }},
+    {"docs\\alice29.txt", [] { return CorpusBytes("alice29.txt"); }},
     {"docs\\empty.txt", [] { return Bytes{}; }},
-    {"data\\lcg8k", [] { return VectorInput("lcg8k"); }},
-    {"data\\pattern60k", [] { return VectorInput("pattern60k"); }},
-    {"short.txt", [] { return VectorInput("short"); }},
+    {"data\\lcg8k", [] { return VectorBytes("inputs/lcg8k"); }},
+    {"data\\pattern60k", [] { return VectorBytes("inputs/pattern60k"); }},
+    {"short.txt", [] { return VectorBytes("inputs/short"); }},
 };
 
 uint64_t GoldenTotal() {
@@ -90,8 +90,8 @@ TEST_P(GoldenExtract, MasksSelectEntries) {
   SetRestorePaths(1);
   Extract({"data\\pattern*", "short.txt"});
   EXPECT_EQ(GetArchiveStatus(), AR_OK);
-  EXPECT_EQ(ReadFileBytes(OutFile("data\\pattern60k")), VectorInput("pattern60k"));
-  EXPECT_EQ(ReadFileBytes(OutFile("short.txt")), VectorInput("short"));
+  EXPECT_EQ(ReadFileBytes(OutFile("data\\pattern60k")), VectorBytes("inputs/pattern60k"));
+  EXPECT_EQ(ReadFileBytes(OutFile("short.txt")), VectorBytes("inputs/short"));
   EXPECT_FALSE(std::filesystem::exists(OutFile("docs")));
   EXPECT_FALSE(std::filesystem::exists(OutFile("data\\lcg8k")));
   ASSERT_EQ(host_.signals.size(), 1u);
@@ -99,38 +99,6 @@ TEST_P(GoldenExtract, MasksSelectEntries) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Archives, GoldenExtract, ::testing::Values("plain.ace", "solid.ace"));
-
-// Where each entry lands for the RestorePaths and RelativePath settings.
-struct PathCase {
-  int32_t restore;
-  const char* relative;
-  const char* stored;
-  const char* expected;  // under the output folder
-};
-
-class RestorePathsCase : public ExtractFixture, public ::testing::WithParamInterface<PathCase> {};
-
-TEST_P(RestorePathsCase, PlacesTheFile) {
-  const PathCase& c = GetParam();
-  AceEntry e;
-  e.name = c.stored;
-  e.data = TextBytes("contents of " + std::string(c.stored));
-  Open(WriteArchive(AceArchive({e})));
-  SetRestorePaths(c.restore, c.relative);
-  Extract();
-  EXPECT_EQ(GetArchiveStatus(), AR_OK);
-  EXPECT_EQ(ReadFileBytes(OutFile(c.expected)), e.data);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, RestorePathsCase,
-    ::testing::Values(PathCase{0, "", "dir\\sub\\a.txt", "a.txt"},
-                      PathCase{1, "", "dir\\sub\\a.txt", "dir\\sub\\a.txt"},
-                      PathCase{1, "dir\\", "dir\\sub\\a.txt", "sub\\a.txt"},
-                      PathCase{1, "DIR\\", "dir\\sub\\a.txt", "dir\\sub\\a.txt"},
-                      PathCase{0, "dir\\", "dir\\sub\\a.txt", "a.txt"},
-                      PathCase{1, "", "dir/sub/b.txt", "dir\\sub\\b.txt"},
-                      PathCase{1, "", "\\lead.txt", "lead.txt"}));
 
 // A solid run whose entries continue each other's history: extracting only
 // the last one needs all the others decoded, and only it is written.
@@ -142,11 +110,11 @@ class SolidRun : public ExtractFixture {
     Bytes (*contents)();
   };
   static constexpr Member kMembers[] = {
-      {"alice29.txt", "solid256-2.0.alice29.txt.bin", [] { return CorpusFile("alice29.txt"); }},
-      {"one", "solid256-2.1.one.bin", [] { return VectorInput("one"); }},
-      {"lcg8k", "solid256-2.2.lcg8k.bin", [] { return VectorInput("lcg8k"); }},
-      {"asyoulik.txt", "solid256-2.3.asyoulik.txt.bin", [] { return CorpusFile("asyoulik.txt"); }},
-      {"html", "solid256-2.4.html.bin", [] { return CorpusFile("html"); }},
+      {"alice29.txt", "solid256-2.0.alice29.txt.bin", [] { return CorpusBytes("alice29.txt"); }},
+      {"one", "solid256-2.1.one.bin", [] { return VectorBytes("inputs/one"); }},
+      {"lcg8k", "solid256-2.2.lcg8k.bin", [] { return VectorBytes("inputs/lcg8k"); }},
+      {"asyoulik.txt", "solid256-2.3.asyoulik.txt.bin", [] { return CorpusBytes("asyoulik.txt"); }},
+      {"html", "solid256-2.4.html.bin", [] { return CorpusBytes("html"); }},
   };
 
   std::string Build() {
@@ -156,7 +124,7 @@ class SolidRun : public ExtractFixture {
       AceEntry e;
       e.name = m.name;
       e.data = m.contents();
-      e.packed = PackedVector(m.packed);
+      e.packed = VectorBytes(std::string("packed/") + m.packed);
       e.method = 1;
       e.dictCode = 8;
       e.flags = first ? 0x0001 : 0x8001;
@@ -167,19 +135,15 @@ class SolidRun : public ExtractFixture {
   }
 };
 
-TEST_F(SolidRun, LastEntryAloneNeedsTheWholeHistory) {
+TEST_F(SolidRun, LastEntryAloneNeedsTheWholeHistoryAndEveryEntryExtracts) {
   Open(Build());
   Extract({"html"});
   EXPECT_EQ(GetArchiveStatus(), AR_OK);
-  EXPECT_EQ(ReadFileBytes(OutFile("html")), CorpusFile("html"));
+  EXPECT_EQ(ReadFileBytes(OutFile("html")), CorpusBytes("html"));
   for (const Member& m : kMembers) {
     if (std::string(m.name) != "html") EXPECT_FALSE(std::filesystem::exists(OutFile(m.name)));
   }
   ASSERT_EQ(host_.fileNames.size(), 1u);
-}
-
-TEST_F(SolidRun, EveryEntryExtractsAndTests) {
-  Open(Build());
   Extract();
   EXPECT_EQ(GetArchiveStatus(), AR_OK);
   for (const Member& m : kMembers) EXPECT_EQ(ReadFileBytes(OutFile(m.name)), m.contents());

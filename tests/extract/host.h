@@ -152,18 +152,11 @@ class ExtractFixture : public ::testing::Test {
   Host host_;
 };
 
-// The golden vectors' inputs.
-inline Bytes VectorInput(const std::string& name) {
-  return ReadFileBytes(SharedDir() / "vectors" / "inputs" / name);
-}
-inline Bytes CorpusFile(const std::string& name) {
-  return ReadFileBytes(SharedDir() / "corpus" / name);
-}
-inline Bytes PackedVector(const std::string& name) {
-  return ReadFileBytes(SharedDir() / "vectors" / "packed" / name);
-}
 inline std::string GoldenArchive(const std::string& name) {
   return (SharedDir() / "vectors" / "archives" / name).string();
+}
+inline AceEntry Stored(const std::string& name, const std::string& text) {
+  return AceEntry{.name = name, .data = TextBytes(text)};
 }
 
 }  // namespace acetest

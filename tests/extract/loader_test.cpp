@@ -12,10 +12,7 @@ namespace {
 class Loader : public ExtractFixture {
  protected:
   void SetUp() override {
-    AceEntry e;
-    e.name = "a.txt";
-    e.data = TextBytes("contents");
-    Open(WriteArchive(AceArchive({e})));
+    Open(WriteArchive(AceArchive({Stored("a.txt", "contents")})));
   }
   void TearDown() override {
     if (other_ != nullptr) FreeLibrary(other_);

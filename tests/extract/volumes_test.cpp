@@ -12,29 +12,14 @@ class Volumes : public ExtractFixture {
   // set.ace: "first.txt" whole and the start of "span.bin";
   // set.c00: the rest of "span.bin" and "last.txt".
   void SetUp() override {
-    first_.name = "first.txt";
-    first_.data = TextBytes("in the first volume");
-    span_.name = "span.bin";
-    span_.data = RandomBytes(5000, 3);
-    last_.name = "last.txt";
-    last_.data = TextBytes("in the second volume");
-
-    AceEntry head = span_;
+    AceEntry head = span_, tail = span_;
     head.flags |= 0x2000;
     head.packed.assign(span_.data.begin(), span_.data.begin() + 3000);
-    Bytes volume0 = AceMainHeader(0, 0);
-    for (const Bytes& b : {AceEntryBytes(first_), AceEntryBytes(head)}) {
-      volume0.insert(volume0.end(), b.begin(), b.end());
-    }
-    AceEntry tail = span_;
     tail.flags |= 0x1000;
     tail.packed.assign(span_.data.begin() + 3000, span_.data.end());
-    Bytes volume1 = AceMainHeader(0, 1);
-    for (const Bytes& b : {AceEntryBytes(tail), AceEntryBytes(last_)}) {
-      volume1.insert(volume1.end(), b.begin(), b.end());
-    }
-    archive_ = WriteArchive(volume0, "set.ace");
-    volume1_ = volume1;
+    archive_ = WriteArchive(Join({AceMainHeader(0, 0), AceEntryBytes(first_), AceEntryBytes(head)}),
+                            "set.ace");
+    volume1_ = Join({AceMainHeader(0, 1), AceEntryBytes(tail), AceEntryBytes(last_)});
   }
 
   void ExpectAllExtracted() {
@@ -44,7 +29,9 @@ class Volumes : public ExtractFixture {
     EXPECT_EQ(ReadFileBytes(OutFile("last.txt")), last_.data);
   }
 
-  AceEntry first_, span_, last_;
+  const AceEntry first_ = Stored("first.txt", "in the first volume");
+  const AceEntry span_{.name = "span.bin", .data = RandomBytes(5000, 3)};
+  const AceEntry last_ = Stored("last.txt", "in the second volume");
   std::string archive_;
   Bytes volume1_;
 };
