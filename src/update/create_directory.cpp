@@ -78,12 +78,7 @@ extern "C" ACEPLUG_API void ACEPLUG_CALL CreateDirectoryArc(const char* name) {
   };
   WalkArchive(&entries, &all);
   if (s.Status != 0) return fail();
-  s.ArchiveHandle = FileOpen(s.ArchivePath, "rb");
-  if (s.ArchiveHandle == kNoFile) {
-    SetStatus(AR_IO_ERROR);
-    return fail();
-  }
-  if (!CopyLeadingPart()) return fail();
+  if (!OpenArchiveCopyingLeadingPart()) return fail();
   if (!AppendMask(withSlash, &wanted)) return fail();
   char candidate[kPathBuffer * 2], diskPath[kPathBuffer * 2];
   for (const ArcFileEntry* e = entries.First; e != nullptr; e = e->Next) {

@@ -77,12 +77,7 @@ void DeletePlain(const FileMaskList* masks) {
   }
   WalkArchive(&entries, &all);
   if (s.Status != 0 || !BuildDeleteList(masks, &deleteList)) return finish(false);
-  s.ArchiveHandle = FileOpen(s.ArchivePath, "rb");
-  if (s.ArchiveHandle == kNoFile) {
-    SetStatus(AR_IO_ERROR);
-    return finish(false);
-  }
-  if (!CopyLeadingPart()) return finish(false);
+  if (!OpenArchiveCopyingLeadingPart()) return finish(false);
   char path[kPathBuffer];
   for (const ArcFileEntry* e = entries.First; e != nullptr && s.Status == 0; e = e->Next) {
     if (e->HeaderType == 1 && IsNameInList(e->Name, &deleteList, path)) {
@@ -135,12 +130,6 @@ void DeleteSolid(const FileMaskList* masks) {
 
   char temp[kPathField];
   if (!StartRebuiltArchive(temp)) return release();
-  if (!InitCompressor()) {
-    DiscardTempArchive(temp);
-    release();
-    SetStatus(AR_NO_MEMORY);
-    return;
-  }
   CallSignal(ScanTotal(), AR_SIGNAL_REBUILD);
   relative.Clear();
   AddSolidRun(keep, true);  // a failure leaves its status, checked below

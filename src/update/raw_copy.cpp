@@ -1,5 +1,6 @@
 #include "update/raw_copy.h"
 
+#include "compress/compressor.h"
 #include "fs/file_layer.h"
 #include "fs/temp_names.h"
 #include "plugin/state.h"
@@ -50,20 +51,23 @@ bool OpenTempArchive(char* temp) {
   return false;
 }
 
+bool OpenArchiveCopyingLeadingPart() {
+  PluginState& s = State();
+  s.ArchiveHandle = FileOpen(s.ArchivePath, "rb");
+  if (s.ArchiveHandle != kNoFile) return CopyLeadingPart();
+  SetStatus(AR_IO_ERROR);
+  return false;
+}
+
 bool StartRebuiltArchive(char* temp) {
   if (!OpenTempArchive(temp)) return false;
   PluginState& s = State();
-  s.ArchiveHandle = FileOpen(s.ArchivePath, "rb");
-  if (s.ArchiveHandle == kNoFile) {
-    SetStatus(AR_IO_ERROR);
-    DiscardTempArchive(temp);
-    return false;
-  }
-  const bool copied = CopyLeadingPart();
-  FileClose(s.ArchiveHandle);
+  const bool copied = OpenArchiveCopyingLeadingPart();
+  if (s.ArchiveHandle != kNoFile) FileClose(s.ArchiveHandle);
   s.ArchiveHandle = kNoFile;
-  if (!copied) DiscardTempArchive(temp);
-  return copied;
+  if (copied && InitCompressor()) return true;
+  DiscardTempArchive(temp);
+  return false;
 }
 
 void CloseAndPutInPlace(const char* tempArchive) {

@@ -10,9 +10,14 @@ namespace ace {
 // Names a fresh temporary archive beside the archive (`temp`, kPathField
 // bytes) and opens it for writing as TargetHandle. A failure leaves 5.
 bool OpenTempArchive(char* temp);
-// OpenTempArchive, then the old archive's leading part and main header copied
-// into it, the old archive closed again: the start of a rebuilt archive. A
-// failure leaves its status and no temporary archive.
+// Opens the old archive as ArchiveHandle (left open for the raw copies that
+// follow; the caller closes it) and copies its leading part and main header.
+// A failure leaves 5 or 101.
+bool OpenArchiveCopyingLeadingPart();
+// The start of a rebuilt archive: OpenTempArchive, the old archive's leading
+// part and main header copied into it (the old archive closed again), and the
+// compressor set up. A failure leaves its status (8 for the compressor) and
+// no temporary archive.
 bool StartRebuiltArchive(char* temp);
 
 // Copies `length` bytes from `position` of ArchiveHandle to TargetHandle in

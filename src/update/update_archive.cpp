@@ -73,12 +73,7 @@ void UpdateArchive(FileMaskList* files) {
     DiscardTempArchive(temp);
   };
   if (s.Status != 0) return fail();
-  s.ArchiveHandle = FileOpen(s.ArchivePath, "rb");
-  if (s.ArchiveHandle == kNoFile) {
-    SetStatus(AR_IO_ERROR);
-    return fail();
-  }
-  if (!CopyLeadingPart()) return fail();
+  if (!OpenArchiveCopyingLeadingPart()) return fail();
 
   char candidate[kPathBuffer * 2];
   char diskPath[kPathBuffer * 2];
@@ -215,12 +210,6 @@ void RebuildSolidArchive(FileMaskList* files) {
 
   char temp[kPathField];
   if (!StartRebuiltArchive(temp)) return release();
-  if (!InitCompressor()) {
-    DiscardTempArchive(temp);
-    release();
-    SetStatus(AR_NO_MEMORY);
-    return;
-  }
   CopyText(savedRelative, sizeof savedRelative, s.RelativePath);
   s.RelativePath[0] = '\0';
   CallSignal(ScanTotal(), AR_SIGNAL_REBUILD);
