@@ -94,6 +94,18 @@ TEST(ScanMainHeader, FindsTheHeaderBehindPrefixes) {
     window.resize(ace::kSearchWindow);
     EXPECT_EQ(Scan(window).position, start == 61387 ? start : -1) << start;
   }
+  // A short header fits further on, but its signature must begin before
+  // n - 33: a 30-byte header is found at 61,399 and not at 61,400.
+  Bytes shortHeader = AceMainHeader();
+  shortHeader.resize(30);
+  shortHeader[2] = 26;
+  shortHeader[3] = 0;
+  SealHeader(shortHeader);
+  for (int32_t start : {61399, 61400}) {
+    Bytes window = Join({Bytes(static_cast<size_t>(start), 0x90), shortHeader});
+    window.resize(ace::kSearchWindow);
+    EXPECT_EQ(Scan(window).position, start == 61399 ? start : -1) << start;
+  }
   // Signatures too near the start for a header around them are skipped.
   for (size_t at = 0; at <= 6; ++at) {
     Bytes prefix(100, 0);
