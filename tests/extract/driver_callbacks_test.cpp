@@ -59,6 +59,8 @@ INSTANTIATE_TEST_SUITE_P(
                                "C:\\OUT\\dir\\sub\\a.txt"},
                       NameCase{"C:\\OUT\\", 1, "dir\\sub\\a.txt\\", "dir\\sub\\a.txt",
                                "C:\\OUT\\dir\\sub\\a.txt"},
+                      // A relative path exactly as long as the name is still removed.
+                      NameCase{"C:\\OUT\\", 1, "dir\\", "dir\\", "C:\\OUT\\"},
                       NameCase{"C:\\OUT\\", 1, "", "\\root.txt", "C:\\OUT\\root.txt"},
                       NameCase{"C:\\OUT\\", 2, "dir\\", "dir\\a.txt", "C:\\OUT\\dir\\a.txt"},
                       NameCase{"C:\\OUT\\", 0, "dir\\", "dir\\sub\\a.txt", "C:\\OUT\\a.txt"},
