@@ -27,7 +27,8 @@ void Add(void* p, size_t asked) {
     auto put = [&](size_t v) {
       char digits[24];
       int k = 0;
-      do digits[k++] = static_cast<char>('0' + v % 10); while ((v /= 10) != 0);
+      do digits[k++] = static_cast<char>('0' + v % 10);
+      while ((v /= 10) != 0);
       while (k) line[n++] = digits[--k];
     };
     put(asked);
@@ -143,9 +144,7 @@ void* memalign(size_t alignment, size_t size) noexcept {
   return p;
 }
 
-void* aligned_alloc(size_t alignment, size_t size) noexcept {
-  return memalign(alignment, size);
-}
+void* aligned_alloc(size_t alignment, size_t size) noexcept { return memalign(alignment, size); }
 
 int posix_memalign(void** out, size_t alignment, size_t size) noexcept {
   if (alignment % sizeof(void*) != 0 || (alignment & (alignment - 1)) != 0) return EINVAL;

@@ -77,7 +77,9 @@ struct Result {
   int compressReps = 0;
   int decompressReps = 0;
 
-  double Ratio() const { return size == 0 ? 0 : 100.0 * static_cast<double>(packed) / static_cast<double>(size); }
+  double Ratio() const {
+    return size == 0 ? 0 : 100.0 * static_cast<double>(packed) / static_cast<double>(size);
+  }
 };
 
 double MBps(size_t bytes, double seconds) {
@@ -191,9 +193,8 @@ Result Measure(Codec& c, const DataSet& d, const Options& o) {
     c.Decompress(packed.data(), r.packed, decoded.data(), r.size);
     first = std::chrono::duration<double>(Clock::now() - t0).count();
     int reps = 0;
-    r.decodeOnlySeconds = BestTime(o, first, &reps, [&] {
-      c.Decompress(packed.data(), r.packed, decoded.data(), r.size);
-    });
+    r.decodeOnlySeconds = BestTime(
+        o, first, &reps, [&] { c.Decompress(packed.data(), r.packed, decoded.data(), r.size); });
     ace->SetCheckCrc(true);
     Verify(c, d, decoded);
   }
@@ -333,7 +334,8 @@ int Profile(const Options& o, const DataSet& all) {
     c->Decompress(packed.data(), n, decoded.data(), decoded.size());
     Verify(*c, all, decoded);
     std::printf("%s: %d x %zu bytes -> %zu (%.2f%%), %.2f MB/s\n", c->Id().c_str(), o.profileReps,
-                all.bytes.size(), n, 100.0 * static_cast<double>(n) / static_cast<double>(all.bytes.size()),
+                all.bytes.size(), n,
+                100.0 * static_cast<double>(n) / static_cast<double>(all.bytes.size()),
                 MBps(all.bytes.size() * static_cast<size_t>(o.profileReps), t));
     return 0;
   }
@@ -366,15 +368,16 @@ void PrintReport(const Options& o, const std::vector<DataSet>& files, const Data
   out << "Corpus: `" << o.corpus << "`, " << files.size() << " files, " << all.bytes.size()
       << " bytes concatenated (in name order). MB/s counts 10^6 unpacked bytes per second, the "
          "best of "
-      << (o.quick ? "1 run" : "at least " + std::to_string(o.minReps) + " runs and " +
-                                  Fixed(o.minTime, 1) + " s (per file 3 runs and " +
-                                  Fixed(o.minTime / 3, 2) + " s)")
+      << (o.quick ? "1 run"
+                  : "at least " + std::to_string(o.minReps) + " runs and " + Fixed(o.minTime, 1) +
+                        " s (per file 3 runs and " + Fixed(o.minTime / 3, 2) + " s)")
       << "; contexts are set up once per codec, outside the timing. Ratio is packed / unpacked. "
          "Peak heap: the most bytes held above the baseline during set-up and one run. Every round "
          "trip was compared byte for byte.\n\n";
 
   out << "## Concatenated corpus\n\n"
-      << "| setting | packed bytes | ratio % | compress MB/s | decompress MB/s | decode w/o CRC MB/s "
+      << "| setting | packed bytes | ratio % | compress MB/s | decompress MB/s | decode w/o CRC "
+         "MB/s "
          "| compress heap MiB | compress resident MiB | decompress heap MiB |\n"
       << "|---|--:|--:|--:|--:|--:|--:|--:|--:|\n";
   for (const auto& c : codecs) {
@@ -411,7 +414,8 @@ void PrintReport(const Options& o, const std::vector<DataSet>& files, const Data
       out << "\n";
     };
     table("ratio %", [](const Result& r) { return Fixed(r.Ratio(), 2); });
-    table("compress MB/s", [](const Result& r) { return Fixed(MBps(r.size, r.compressSeconds), 1); });
+    table("compress MB/s",
+          [](const Result& r) { return Fixed(MBps(r.size, r.compressSeconds), 1); });
     table("decompress MB/s",
           [](const Result& r) { return Fixed(MBps(r.size, r.decompressSeconds), 0); });
   }
@@ -462,8 +466,10 @@ void PrintReport(const Options& o, const std::vector<DataSet>& files, const Data
     const double crc = MBps(a->size, a->decompressSeconds);
     const double y = MBps(z->size, z->decompressSeconds);
     targets.push_back({std::string("decoder vs zlib inflate (data of ") + id + ")", raw / y, 1.5,
-                       Fixed(raw, 1) + " vs " + Fixed(y, 1) + " MB/s; with the CRC-32 that "
-                       "extraction adds " + Fixed(crc, 1) + " MB/s = " + Fixed(crc / y, 2) + "x"});
+                       Fixed(raw, 1) + " vs " + Fixed(y, 1) +
+                           " MB/s; with the CRC-32 that "
+                           "extraction adds " +
+                           Fixed(crc, 1) + " MB/s = " + Fixed(crc / y, 2) + "x"});
   }
   speed("ace/1024/l4", "xz-6", 1.0, "level 4 (optimal) compression vs xz -6");
   if (const Result* a = get("ace/1024/l4"); a && get("bzip2-9")) {
@@ -483,7 +489,8 @@ void PrintReport(const Options& o, const std::vector<DataSet>& files, const Data
     for (const auto& t : targets) out << TargetRow(t);
     if (const Result* a = get("ace/1024/l1")) {
       out << "| level 1 ratio near 30 % | " << Fixed(a->Ratio(), 2) << " % | 30 % | "
-          << (std::fabs(a->Ratio() - 30.0) <= 2.0 ? "met" : "**missed**") << " | within 2 points |\n";
+          << (std::fabs(a->Ratio() - 30.0) <= 2.0 ? "met" : "**missed**")
+          << " | within 2 points |\n";
     }
     out << "\n";
   }

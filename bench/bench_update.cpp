@@ -136,7 +136,8 @@ void Compress(const fs::path& archive, const fs::path& inputDir,
   DoneFileMaskList(&masks);
   DoneArcFile();
   if (status != AR_OK) {
-    throw std::runtime_error("CompressFileMaskListArc failed with status " + std::to_string(status));
+    throw std::runtime_error("CompressFileMaskListArc failed with status " +
+                             std::to_string(status));
   }
 }
 
@@ -153,7 +154,8 @@ uint32_t CountEntries(const fs::path& archive) {
   DoneArcFileList(&list);
   DoneFileMaskList(&masks);
   DoneArcFile();
-  if (status != AR_OK) throw std::runtime_error("listing failed with status " + std::to_string(status));
+  if (status != AR_OK)
+    throw std::runtime_error("listing failed with status " + std::to_string(status));
   return count;
 }
 
@@ -167,7 +169,8 @@ void CopyReadWrite(const fs::path& from, const fs::path& to) {
     const ssize_t n = read(in, buffer.data(), buffer.size());
     if (n < 0) throw std::runtime_error("read failed");
     if (n == 0) break;
-    if (write(out, buffer.data(), static_cast<size_t>(n)) != n) throw std::runtime_error("write failed");
+    if (write(out, buffer.data(), static_cast<size_t>(n)) != n)
+      throw std::runtime_error("write failed");
   }
   close(in);
   if (close(out) != 0) throw std::runtime_error("close failed");
@@ -212,7 +215,8 @@ Options ParseArgs(int argc, char** argv) {
       throw std::runtime_error("unknown argument " + a);
     }
   }
-  if (o.sizeMB <= 0 || o.reps < 1) throw std::runtime_error("size and repetitions must be positive");
+  if (o.sizeMB <= 0 || o.reps < 1)
+    throw std::runtime_error("size and repetitions must be positive");
   return o;
 }
 
@@ -227,7 +231,8 @@ int Main(int argc, char** argv) {
   // Text packs to about 30 %, random data not at all: a quarter text makes an
   // archive of about 0.83 MiB per file.
   const double targetBytes = o.sizeMB * 1e6;
-  const auto files = static_cast<size_t>(targetBytes / (0.825 * static_cast<double>(kFileSize))) + 1;
+  const auto files =
+      static_cast<size_t>(targetBytes / (0.825 * static_cast<double>(kFileSize))) + 1;
   std::mt19937_64 random(12345);
   Bytes data(kFileSize);
   std::vector<std::string> names;
@@ -288,7 +293,8 @@ int Main(int argc, char** argv) {
   }
   const uint32_t entries = CountEntries(archive);
   if (entries != files + static_cast<size_t>(o.reps)) {
-    throw std::runtime_error("the archive lists " + std::to_string(entries) + " entries, expected " +
+    throw std::runtime_error("the archive lists " + std::to_string(entries) +
+                             " entries, expected " +
                              std::to_string(files + static_cast<size_t>(o.reps)));
   }
   const uint64_t finalBytes = fs::file_size(archive);
@@ -304,8 +310,8 @@ int Main(int argc, char** argv) {
   out << "## Adding one file to a large archive\n\n"
       << bench::MachineTable(bench::GetMachineFacts()) << "\n"
       << "Archive: " << files << " files of 1 MiB (a quarter corpus text, the rest random), "
-      << "plain, 64 KB level 1, " << archiveBytes << " bytes; created in "
-      << Ms(createSeconds) << " (" << Fixed(static_cast<double>(inputBytes) / 1e6 / createSeconds)
+      << "plain, 64 KB level 1, " << archiveBytes << " bytes; created in " << Ms(createSeconds)
+      << " (" << Fixed(static_cast<double>(inputBytes) / 1e6 / createSeconds)
       << " MB/s of input). Then " << o.reps << " times: add one 1 KB file through InitArcFile + "
       << "CompressFileMaskListArc, and copy the archive (" << finalBytes
       << " bytes at the end). Medians, files in the page cache; processor time is user plus "
@@ -313,11 +319,13 @@ int Main(int argc, char** argv) {
       << "| operation | wall | / copy | processor | / copy |\n|---|--:|--:|--:|--:|\n"
       << "| add one 1 KB file | " << Ms(add) << " | " << ratio(add, copy) << " | " << Ms(addP)
       << " | " << ratio(addP, copyP) << " |\n"
-      << "| copy, read/write in 1 MiB pieces | " << Ms(copy) << " | 1x | " << Ms(copyP) << " | 1x |\n"
+      << "| copy, read/write in 1 MiB pieces | " << Ms(copy) << " | 1x | " << Ms(copyP)
+      << " | 1x |\n"
       << "| copy, std::filesystem::copy_file | " << Ms(kernel) << " | " << ratio(kernel, copy)
       << " | " << Ms(kernelP) << " | " << ratio(kernelP, copyP) << " |\n\n"
       << "Each add, wall (processor):";
-  for (size_t i = 0; i < adds.size(); ++i) out << (i ? ", " : " ") << Ms(adds[i]) << " (" << Ms(addCpu[i]) << ")";
+  for (size_t i = 0; i < adds.size(); ++i)
+    out << (i ? ", " : " ") << Ms(adds[i]) << " (" << Ms(addCpu[i]) << ")";
   out << "\n";
   std::cout << out.str();
   return 0;

@@ -253,7 +253,8 @@ class XzCodec : public Codec {
     }
   }
   void StartDecoder() {
-    if (lzma_stream_decoder(&decoder_, UINT64_MAX, 0) != LZMA_OK) Fail(Id(), "decoder set-up failed");
+    if (lzma_stream_decoder(&decoder_, UINT64_MAX, 0) != LZMA_OK)
+      Fail(Id(), "decoder set-up failed");
   }
   void Code(lzma_stream& s, const uint8_t* in, size_t size, uint8_t* out, size_t room) {
     s.next_in = in;
@@ -314,7 +315,8 @@ class ZstdCodec : public Codec {
 std::vector<std::unique_ptr<Codec>> AllCodecs() {
   std::vector<std::unique_ptr<Codec>> all;
   for (int32_t kb : {64, 128, 256, 512, 1024}) {
-    for (int32_t level = 0; level <= 3; ++level) all.push_back(std::make_unique<AceCodec>(kb, level));
+    for (int32_t level = 0; level <= 3; ++level)
+      all.push_back(std::make_unique<AceCodec>(kb, level));
   }
   all.push_back(std::make_unique<AceCodec>(1024, 4));
   all.push_back(std::make_unique<ZlibCodec>(6));

@@ -43,7 +43,8 @@ std::string NormalizePrefix(std::string& prefix) {
     size_t end = prefix.find('\\', start);
     if (end == std::string::npos) end = prefix.size();
     std::string part = prefix.substr(start, end - start);
-    if (part.empty() || part == "." || part == "..") return "empty, \".\" and \"..\" parts are not allowed";
+    if (part.empty() || part == "." || part == "..")
+      return "empty, \".\" and \"..\" parts are not allowed";
     if (part.find(':') != std::string::npos) return "\":\" is not allowed";
     start = end + 1;
   }
@@ -92,9 +93,9 @@ void CheckAndSummarize(HostContext& context, const std::string& archive, const S
   uint64_t size = ToUInt64(info.UnpackedTotal);
   uint64_t packed = ToUInt64(info.PackedTotal);
   std::printf("%s: %s, %llu bytes packed to %llu bytes (%u%%)%s\n", archive.c_str(),
-              CountOf(info.FileCount, "file", "files").c_str(), static_cast<unsigned long long>(size),
-              static_cast<unsigned long long>(packed), RatioPercent(packed, size),
-              info.Solid ? ", solid" : "");
+              CountOf(info.FileCount, "file", "files").c_str(),
+              static_cast<unsigned long long>(size), static_cast<unsigned long long>(packed),
+              RatioPercent(packed, size), info.Solid ? ", solid" : "");
 }
 
 }  // namespace
@@ -134,7 +135,8 @@ ExitCode RunAdd(const AddOptions& options, const CommonOptions& common) {
   ScanResult scan = ScanPaths(options.paths, scanOptions);
   for (const std::string& warning : scan.warnings) Warn(context, warning);
   if (scan.base.size() > 259) {
-    ReportError(progress, "the folder " + scan.base + " is too long a path (259 characters at most)");
+    ReportError(progress,
+                "the folder " + scan.base + " is too long a path (259 characters at most)");
     return kExitFailed;
   }
   if (scan.items.empty()) {
@@ -166,7 +168,8 @@ ExitCode RunAdd(const AddOptions& options, const CommonOptions& common) {
     MaskList files;
     for (const ScanItem& item : scan.items) {
       if (!files.Append(item.name)) {
-        ReportError(progress, "cannot list " + item.name + ": " + DescribeStatus(GetArchiveStatus()));
+        ReportError(progress,
+                    "cannot list " + item.name + ": " + DescribeStatus(GetArchiveStatus()));
         return ExitCodeForStatus(GetArchiveStatus());
       }
     }

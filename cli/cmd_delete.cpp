@@ -33,7 +33,8 @@ ExitCode RunDelete(const DeleteOptions& options, const CommonOptions& common) {
       for (const ArcFileEntry* e : list.entries()) selected += e->IsFile != 0;
     }
     if (status != AR_OK) {
-      ReportError(progress, "deleting from " + options.archive + " failed: " + DescribeStatus(status));
+      ReportError(progress,
+                  "deleting from " + options.archive + " failed: " + DescribeStatus(status));
       return ExitCodeForStatus(status);
     }
     if (selected == 0) {

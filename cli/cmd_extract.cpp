@@ -3,8 +3,8 @@
 #include <filesystem>
 
 #include "commands.h"
-#include "entry_format.h"
 #include "entry_check.h"
+#include "entry_format.h"
 #include "interrupt.h"
 #include "status_text.h"
 
@@ -54,8 +54,8 @@ ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) 
     bool unsafe = false;
     for (const EntryRecord& entry : entries) {
       if (!IsSafeEntryName(entry.stored, options.restorePaths)) {
-        ReportError(progress, "refusing to extract " + entry.name + ": it would be written outside " +
-                                  options.outputDir);
+        ReportError(progress, "refusing to extract " + entry.name +
+                                  ": it would be written outside " + options.outputDir);
         unsafe = true;
       }
     }
@@ -70,7 +70,8 @@ ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) 
     for (const EntryRecord& entry : entries) {
       total += entry.size;
       fs::path flat = OutputPathOf(options.outputDir, entry.stored, false);
-      if (entry.directory && !options.restorePaths && !fs::exists(flat, ec)) flatFolders.push_back(flat);
+      if (entry.directory && !options.restorePaths && !fs::exists(flat, ec))
+        flatFolders.push_back(flat);
     }
 
     RegisterCallbacks(context);
@@ -95,12 +96,13 @@ ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) 
   if (status == AR_OK && options.restorePaths) {
     for (const EntryRecord& entry : entries) {
       std::error_code ec;
-      if (entry.directory) fs::create_directories(OutputPathOf(options.outputDir, entry.stored, true), ec);
+      if (entry.directory)
+        fs::create_directories(OutputPathOf(options.outputDir, entry.stored, true), ec);
     }
   }
   if (ExitCodeForStatus(status) == kExitDamaged && context.stop == StopReason::None) {
-    std::vector<std::string> damaged = FindMismatches(options.outputDir, entries, options.restorePaths,
-                                                      context.keptExisting, &context.processed);
+    std::vector<std::string> damaged = FindMismatches(
+        options.outputDir, entries, options.restorePaths, context.keptExisting, &context.processed);
     if (damaged.empty()) ReportError(progress, "the damaged entries could not be told apart");
     for (const std::string& line : damaged) ReportError(progress, "damaged entry " + line);
   }
@@ -112,8 +114,7 @@ ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) 
                !context.keptExisting.count(entry.name);
     }
     std::printf("%s: %s extracted to %s\n", options.archive.c_str(),
-                CountOf(files, "file", "files").c_str(),
-                options.outputDir.c_str());
+                CountOf(files, "file", "files").c_str(), options.outputDir.c_str());
   }
   return code;
 }

@@ -58,7 +58,8 @@ std::string HexCrc(uint32_t crc) {
 
 void PrintTable(const std::string& archive, const Listing& listing) {
   size_t width = 4;
-  for (const ArcFileEntry* e : listing.entries) width = std::max(width, Columns(DisplayName(e->Name)));
+  for (const ArcFileEntry* e : listing.entries)
+    width = std::max(width, Columns(DisplayName(e->Name)));
   width = std::min<size_t>(width, 48);
 
   std::printf("Archive: %s\n", archive.c_str());
@@ -101,7 +102,8 @@ void PrintTable(const std::string& archive, const Listing& listing) {
     uint64_t size = ToUInt64(info.UnpackedTotal);
     uint64_t packed = ToUInt64(info.PackedTotal);
     std::printf("%s, %llu bytes (%s), packed to %llu bytes (%s), ratio %u%%\n",
-                CountOf(info.FileCount, "file", "files").c_str(), static_cast<unsigned long long>(size), FormatBytes(size).c_str(),
+                CountOf(info.FileCount, "file", "files").c_str(),
+                static_cast<unsigned long long>(size), FormatBytes(size).c_str(),
                 static_cast<unsigned long long>(packed), FormatBytes(packed).c_str(), info.Ratio);
     std::printf("solid: %s, largest dictionary: %u KB, host system: %s, version %u.%u%s\n",
                 info.Solid ? "yes" : "no", info.LargestDictionary,

@@ -35,8 +35,8 @@ ExitCode RunMakeDirectory(const MakeDirectoryOptions& options, const CommonOptio
     CreateDirectoryArc(name.c_str());
     status = GetArchiveStatus();
   }
-  ExitCode code =
-      FinishOperation(context, "adding directory " + options.name + " to " + options.archive, status);
+  ExitCode code = FinishOperation(
+      context, "adding directory " + options.name + " to " + options.archive, status);
   if (status == AR_OK && progress.mode() != OutputMode::Quiet) {
     std::printf("%s: directory %s added\n", options.archive.c_str(), options.name.c_str());
   }

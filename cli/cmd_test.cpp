@@ -2,8 +2,8 @@
 #include <cstdio>
 
 #include "commands.h"
-#include "entry_format.h"
 #include "entry_check.h"
+#include "entry_format.h"
 #include "interrupt.h"
 #include "status_text.h"
 
@@ -55,8 +55,8 @@ ExitCode RunTest(const std::string& archive, const CommonOptions& common) {
     }
     if (status != AR_OK) {
       ReportError(progress, "testing " + archive + " failed after " +
-                                std::to_string(entries.size()) + " entries: " +
-                                DescribeStatus(status));
+                                std::to_string(entries.size()) +
+                                " entries: " + DescribeStatus(status));
       return ExitCodeForStatus(status);
     }
     for (const EntryRecord& entry : entries) total += entry.size;
@@ -77,8 +77,7 @@ ExitCode RunTest(const std::string& archive, const CommonOptions& common) {
     size_t files = 0;
     for (const EntryRecord& entry : entries) files += !entry.directory;
     std::printf("%s: OK, %s, %llu bytes tested\n", archive.c_str(),
-                CountOf(files, "file", "files").c_str(),
-                static_cast<unsigned long long>(total));
+                CountOf(files, "file", "files").c_str(), static_cast<unsigned long long>(total));
   }
   return code;
 }

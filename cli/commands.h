@@ -11,11 +11,11 @@ namespace acearc {
 
 // Options every command takes.
 struct CommonOptions {
-  bool yes = false;       // -y
-  bool never = false;     // -n
-  std::string password;   // -p
+  bool yes = false;      // -y
+  bool never = false;    // -n
+  std::string password;  // -p
   bool hasPassword = false;
-  bool quiet = false;     // -q
+  bool quiet = false;  // -q
 };
 
 struct AddOptions {

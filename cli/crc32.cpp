@@ -1,9 +1,9 @@
 #include "crc32.h"
 
-#include "format/crc32.h"
-
 #include <fstream>
 #include <vector>
+
+#include "format/crc32.h"
 
 namespace acearc {
 

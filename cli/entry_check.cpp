@@ -44,7 +44,8 @@ class ScratchFolder {
     fs::permissions(path_, fs::perms::owner_all, fs::perm_options::add, ec);
     for (auto it = fs::recursive_directory_iterator(path_, ec);
          !ec && it != fs::recursive_directory_iterator(); it.increment(ec)) {
-      if (!it->is_symlink()) fs::permissions(it->path(), fs::perms::owner_all, fs::perm_options::add, ec);
+      if (!it->is_symlink())
+        fs::permissions(it->path(), fs::perms::owner_all, fs::perm_options::add, ec);
     }
     fs::remove_all(path_, ec);
   }
@@ -62,8 +63,8 @@ std::vector<EntryRecord> RecordsOf(const EntryList& list) {
   std::vector<EntryRecord> records;
   for (const ArcFileEntry* e : list.entries()) {
     if (!e->IsFile) continue;
-    records.push_back({e->Name, DisplayName(e->Name), ToUInt64(e->UnpackedSize), e->Crc32,
-                       IsDirectoryEntry(*e)});
+    records.push_back(
+        {e->Name, DisplayName(e->Name), ToUInt64(e->UnpackedSize), e->Crc32, IsDirectoryEntry(*e)});
   }
   return records;
 }
@@ -93,8 +94,8 @@ fs::path OutputPathOf(const fs::path& root, const std::string& stored, bool rest
 }
 
 std::vector<std::string> FindMismatches(const fs::path& root,
-                                        const std::vector<EntryRecord>& entries,
-                                        bool restorePaths, const std::set<std::string>& ignore,
+                                        const std::vector<EntryRecord>& entries, bool restorePaths,
+                                        const std::set<std::string>& ignore,
                                         const std::set<std::string>* only) {
   std::vector<std::string> bad;
   for (const EntryRecord& entry : entries) {

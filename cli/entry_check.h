@@ -40,8 +40,8 @@ std::filesystem::path OutputPathOf(const std::filesystem::path& root, const std:
 // CRC, each as "name: what is wrong". Entries named in `ignore` are skipped,
 // and with `only` non-null so is every entry it does not name.
 std::vector<std::string> FindMismatches(const std::filesystem::path& root,
-                                        const std::vector<EntryRecord>& entries,
-                                        bool restorePaths, const std::set<std::string>& ignore,
+                                        const std::vector<EntryRecord>& entries, bool restorePaths,
+                                        const std::set<std::string>& ignore,
                                         const std::set<std::string>* only);
 
 // Extracts the whole archive into a scratch folder under the system's

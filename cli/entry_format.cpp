@@ -5,9 +5,7 @@
 
 namespace acearc {
 
-uint64_t ToUInt64(AceUInt64 value) {
-  return (static_cast<uint64_t>(value.High) << 32) | value.Low;
-}
+uint64_t ToUInt64(AceUInt64 value) { return (static_cast<uint64_t>(value.High) << 32) | value.Low; }
 
 std::string DisplayName(const char* storedName) {
   std::string name = storedName;
@@ -113,7 +111,10 @@ std::string FormatBytes(uint64_t bytes) {
     ++unit;
   }
   char text[32];
-  std::snprintf(text, sizeof text, value < 10 ? "%.2f %s" : value < 100 ? "%.1f %s" : "%.0f %s",
+  std::snprintf(text, sizeof text,
+                value < 10    ? "%.2f %s"
+                : value < 100 ? "%.1f %s"
+                              : "%.0f %s",
                 value, kUnits[unit]);
   return text;
 }

@@ -42,7 +42,8 @@ struct Walker {
     std::string reason =
         UnstorableReason(options.keepPaths ? name : full.filename().string(), isDirectory,
                          options.prefix.size(), options.keepPaths ? result.base.size() : 0);
-    if (reason.empty() && !options.keepPaths && stored.size() > 259) reason = "its path is too long";
+    if (reason.empty() && !options.keepPaths && stored.size() > 259)
+      reason = "its path is too long";
     if (!reason.empty()) {
       result.warnings.push_back("left out " + full.string() + ": " + reason);
       return;
@@ -104,8 +105,8 @@ struct Walker {
     std::sort(children.begin(), children.end());
     for (const fs::path& child : children) {
       if (!options.recurse && fs::is_directory(fs::symlink_status(child, ec))) continue;
-      std::string childName = name.empty() ? child.filename().string()
-                                           : name + "/" + child.filename().string();
+      std::string childName =
+          name.empty() ? child.filename().string() : name + "/" + child.filename().string();
       Visit(child, childName, false);
     }
   }
@@ -119,7 +120,8 @@ std::string UnstorableReason(const std::string& name, bool isDirectory, size_t p
   if (name.find('\\') != std::string::npos) return "its name holds a backslash";
   if (!name.empty() && name.back() == '.') return "a name ending in \".\" cannot be stored";
   if (name.rfind("..", 0) == 0) return "a name beginning with \"..\" cannot be stored";
-  if (name.size() >= 2 && name[1] == ':') return "a name with \":\" as its second character cannot be stored";
+  if (name.size() >= 2 && name[1] == ':')
+    return "a name with \":\" as its second character cannot be stored";
   size_t stored = name.size() + (prefixLength ? prefixLength + 1 : 0);
   if (stored > 255) return "its name is longer than 255 characters";
   if (baseLength + name.size() > 259) return "its path is longer than 259 characters";

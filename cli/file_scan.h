@@ -17,10 +17,10 @@ struct ScanItem {
 };
 
 struct ScanOptions {
-  bool recurse = true;     // into subdirectories
-  bool keepPaths = true;   // false: names lose their directories (-ep)
+  bool recurse = true;            // into subdirectories
+  bool keepPaths = true;          // false: names lose their directories (-ep)
   std::filesystem::path exclude;  // the archive itself, never added to itself
-  std::string prefix;      // stored in front of every name; counts toward its length
+  std::string prefix;             // stored in front of every name; counts toward its length
 };
 
 struct ScanResult {

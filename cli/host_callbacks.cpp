@@ -94,8 +94,7 @@ int32_t OnFileName(AceContext context, const char* path, const char* shownName) 
     default:
       // Adding, deleting and the unpacking of a solid rebuild: the name in
       // the archive is what the user knows.
-      host->progress.StartFile(
-          WithoutLeadingBackslash(host->unpacking ? path : shownName));
+      host->progress.StartFile(WithoutLeadingBackslash(host->unpacking ? path : shownName));
       break;
   }
   return 0;
@@ -176,9 +175,9 @@ int32_t OnReplace(AceContext context, const AceFindData* existing, const AceFind
                        ").\nOverwrite it with the archived one (" + Describe(*replacement) + ")?"
                  : "The archive holds " + entry + " (" + Describe(*existing) +
                        ").\nReplace it with the file on disk (" + Describe(*replacement) + ")?";
-  std::optional<char> choice = AskChoice(
-      question + " [y]es, [n]o, [a]ll, ne[v]er, [q]uit: ",
-      {{'y', "yes"}, {'n', "no"}, {'a', "all"}, {'v', "never"}, {'q', "quit"}});
+  std::optional<char> choice =
+      AskChoice(question + " [y]es, [n]o, [a]ll, ne[v]er, [q]uit: ",
+                {{'y', "yes"}, {'n', "no"}, {'a', "all"}, {'v', "never"}, {'q', "quit"}});
   switch (choice.value_or('\0')) {
     case 'y':
       return kReplace;

@@ -16,10 +16,10 @@ enum class Operation { Add, Extract, Test, Delete, MakeDirectory };
 
 // The answers fixed on the command line.
 struct Answers {
-  bool yesToAll = false;        // -y
-  bool neverOverwrite = false;  // -n
+  bool yesToAll = false;                // -y
+  bool neverOverwrite = false;          // -n
   std::optional<std::string> password;  // -p, or the one typed at the first question
-  bool canAsk = false;          // stdin and stderr are terminals
+  bool canAsk = false;                  // stdin and stderr are terminals
 };
 
 // Why the host told the plug-in to stop.

@@ -1,6 +1,5 @@
 // acearc: a command-line host for the aceplug format plug-in.
 #include <CLI/CLI.hpp>
-
 #include <iostream>
 #include <string>
 #include <vector>
@@ -87,8 +86,9 @@ int main(int argc, char** argv) {
 
   ListOptions list;
   CLI::App* l = app.add_subcommand(
-      "l", "list the entries: name, size, packed size, ratio, date and time, attributes, "
-           "method and dictionary, CRC; then the summary and the archive's comment");
+      "l",
+      "list the entries: name, size, packed size, ratio, date and time, attributes, "
+      "method and dictionary, CRC; then the summary and the archive's comment");
   l->add_option("archive", list.archive, "the archive")->required();
   l->add_option("masks", list.masks, "only the entries these masks select (\"*.txt\", \"docs/*\")");
   l->add_flag("--json", list.json, "print the listing as JSON");

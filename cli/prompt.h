@@ -13,8 +13,8 @@ namespace acearc {
 bool CanAskQuestions();
 
 struct Choice {
-  char key;           // the letter that picks it
-  std::string word;   // the whole word that picks it too ("never")
+  char key;          // the letter that picks it
+  std::string word;  // the whole word that picks it too ("never")
 };
 
 // Asks until one of `choices` is picked; nullopt on Ctrl-C or end of input.

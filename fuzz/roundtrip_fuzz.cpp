@@ -17,7 +17,7 @@ namespace {
 struct Setting {
   int32_t dictionaryKB, level;
 };
-constexpr Setting kSettings[8] = {{64, 0}, {64, 1},  {128, 2},  {256, 3},
+constexpr Setting kSettings[8] = {{64, 0},  {64, 1},   {128, 2},  {256, 3},
                                   {512, 1}, {1024, 2}, {1024, 3}, {1024, 4}};
 
 struct Memory {
@@ -60,7 +60,8 @@ int32_t ReadPacked(void* context, uint8_t* buffer, uint32_t size) {
 ace::Compressor& CompressorFor(int index) {
   static ace::Compressor compressors[8];
   ace::Compressor& c = compressors[index];
-  if (!c.Ready() && !c.Init(kSettings[index].dictionaryKB, kSettings[index].level)) __builtin_trap();
+  if (!c.Ready() && !c.Init(kSettings[index].dictionaryKB, kSettings[index].level))
+    __builtin_trap();
   c.SetStatus(0);
   return c;
 }
@@ -108,7 +109,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     compressor.StartFile(static_cast<uint32_t>(memory.size), part == 1);
     compressor.Run();
     compressor.Finish();
-    if (compressor.Status() != 0 || compressor.PackedSize() != memory.packed.size()) __builtin_trap();
+    if (compressor.Status() != 0 || compressor.PackedSize() != memory.packed.size())
+      __builtin_trap();
     Check(decoder, memory.packed, memory.input, memory.size, part == 1);
   }
   return 0;

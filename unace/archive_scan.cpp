@@ -61,8 +61,8 @@ int64_t SizeOf(HANDLE file) {
 bool FindMainHeader(HANDLE file, MainHeader* header) {
   const int64_t size = SizeOf(file);
   if (size < 0) return false;
-  const uint32_t want = size < kMainHeaderSearchBytes ? static_cast<uint32_t>(size)
-                                                      : kMainHeaderSearchBytes;
+  const uint32_t want =
+      size < kMainHeaderSearchBytes ? static_cast<uint32_t>(size) : kMainHeaderSearchBytes;
   std::vector<uint8_t> buf(want);
   const int64_t n = ReadAt(file, 0, buf.data(), want);
   if (n <= 0) return false;
@@ -92,8 +92,8 @@ int64_t FindFirstHeader(HANDLE file, const MainHeader& main) {
   const uint32_t start = main.Pos + main.Size;
   if (size < 0 || size <= start) return -1;
   const int64_t left = size - start;
-  const uint32_t want = left < kMainHeaderSearchBytes ? static_cast<uint32_t>(left)
-                                                      : kMainHeaderSearchBytes;
+  const uint32_t want =
+      left < kMainHeaderSearchBytes ? static_cast<uint32_t>(left) : kMainHeaderSearchBytes;
   std::vector<uint8_t> buf(want);
   const int64_t n = ReadAt(file, start, buf.data(), want);
   if (n <= 0) return -1;

@@ -17,13 +17,13 @@ inline constexpr uint16_t kMainFlagSolid = 0x8000;
 inline constexpr uint16_t kFileFlagFromPrevVolume = 0x1000;  // data began in the volume before
 inline constexpr uint16_t kFileFlagToNextVolume = 0x2000;    // data goes on in the next volume
 inline constexpr uint16_t kFileFlagEncrypted = 0x4000;
-inline constexpr uint16_t kFileFlagSolid = 0x8000;           // continues the history before it
+inline constexpr uint16_t kFileFlagSolid = 0x8000;  // continues the history before it
 
 inline constexpr uint32_t kAttrDirectory = 0x10;
 
 struct MainHeader {
-  uint32_t Pos = 0;      // file position of HEAD_CRC
-  uint32_t Size = 0;     // HEAD_SIZE + 4
+  uint32_t Pos = 0;   // file position of HEAD_CRC
+  uint32_t Size = 0;  // HEAD_SIZE + 4
   uint16_t Flags = 0;
   uint8_t VerExtract = 0;
   uint8_t VerCreated = 0;
@@ -46,7 +46,7 @@ struct EntryHeader {
   uint32_t Crc32 = 0;
   uint8_t Method = 0;
   uint16_t TechParm = 0;
-  std::string Name;      // as stored: OEM code page, "\" or "/" separated
+  std::string Name;  // as stored: OEM code page, "\" or "/" separated
 
   uint32_t End() const { return DataPos + PackSize; }
   bool IsDirectory() const { return (Attributes & kAttrDirectory) != 0; }

@@ -38,8 +38,8 @@ UNACE_API int UNACE_CALL ACEReadArchiveData(const char* archive, AceReadArchiveD
   if (data == nullptr) return ACE_CALLBACK_ERROR_NOT_ACE;
   data->ArchiveData = nullptr;
   if (archive == nullptr) return ACE_CALLBACK_ERROR_NOT_ACE;
-  HANDLE file = CreateFileA(archive, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0,
-                            nullptr);
+  HANDLE file =
+      CreateFileA(archive, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
   if (file == INVALID_HANDLE_VALUE) return ACE_CALLBACK_ERROR_READ;
   MainHeader main;
   const bool found = FindMainHeader(file, &main);

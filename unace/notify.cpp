@@ -37,9 +37,7 @@ int Notifier::Error(uint32_t type, uint32_t code) {
   return Call(Settings().error, type, code);
 }
 
-int Notifier::Request(uint32_t type, uint32_t code) {
-  return Call(Settings().request, type, code);
-}
+int Notifier::Request(uint32_t type, uint32_t code) { return Call(Settings().request, type, code); }
 
 int Notifier::State(uint32_t type, uint32_t code) { return Call(Settings().state, type, code); }
 

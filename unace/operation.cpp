@@ -126,8 +126,8 @@ class Operation {
 
 bool Operation::OpenVolume(const std::string& path, uint32_t number) {
   CloseVolume();
-  volume_ = CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0,
-                        nullptr);
+  volume_ =
+      CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
   if (volume_ == INVALID_HANDLE_VALUE) return false;
   const int64_t size = SizeOf(volume_);
   if (size < 0 || size > 0x7FFFFFFF) {
@@ -166,7 +166,8 @@ bool Operation::NextVolume(const EntryHeader& entry, EntryHeader* continuation) 
   volumeNameBuffer_.resize(std::max<size_t>(volumeNameBuffer_.size() + 1, 272), '\0');
   notifier_.archive.ArchiveName = volumeNameBuffer_.data();
   notifier_.archive.VolumeNumber = volumeNumber_;
-  const int answer = notifier_.Request(ACE_CALLBACK_TYPE_ARCHIVE, ACE_CALLBACK_REQUEST_CHANGEVOLUME);
+  const int answer =
+      notifier_.Request(ACE_CALLBACK_TYPE_ARCHIVE, ACE_CALLBACK_REQUEST_CHANGEVOLUME);
   if (answer != ACE_CALLBACK_RETURN_OK) {
     stop_ = true;
     return false;
@@ -370,8 +371,8 @@ bool Operation::Unpack(const EntryHeader& entry, bool selected, OutputFile* out)
         return false;
       }
       if (status == DecodeStatus::kReadError || status == DecodeStatus::kTruncated) {
-        readFailed_ = readFailed_ || status == DecodeStatus::kReadError ||
-                      entry.End() > volumeSize_;
+        readFailed_ =
+            readFailed_ || status == DecodeStatus::kReadError || entry.End() > volumeSize_;
         damaged = !readFailed_;
       } else {
         damaged = true;
@@ -407,7 +408,8 @@ bool Operation::Process(const EntryHeader& entry, bool selected) {
   const uint32_t op = request_.operation;
   if (selected) {
     DescribeFile(entry);
-    const int answer = notifier_.State(ACE_CALLBACK_TYPE_ARCHIVEDFILE, ACE_CALLBACK_STATE_STARTFILE);
+    const int answer =
+        notifier_.State(ACE_CALLBACK_TYPE_ARCHIVEDFILE, ACE_CALLBACK_STATE_STARTFILE);
     if (notifier_.Cancelled()) return false;
     if (answer != ACE_CALLBACK_RETURN_OK) selected = false;
   }
@@ -418,8 +420,7 @@ bool Operation::Process(const EntryHeader& entry, bool selected) {
 
   const bool encrypted = (entry.Flags & kFileFlagEncrypted) != 0 && !entry.IsDirectory();
   // Directories and empty files have nothing to decode, whatever their method.
-  const bool known = entry.Method == kMethodStored || entry.IsDirectory() ||
-                     entry.OrigSize == 0 ||
+  const bool known = entry.Method == kMethodStored || entry.IsDirectory() || entry.OrigSize == 0 ||
                      (entry.Method == kMethodLz77 && entry.DictionaryCode() <= kMaxDictionaryCode);
   if (encrypted || !known) {
     if (selected && encrypted && notifier_.global.DecryptPassword != nullptr &&
@@ -506,8 +507,7 @@ int Operation::Run() {
   std::vector<EntryHeader> entries;
   for (;;) {
     const HeaderRead end = Walk(pos, &entries);
-    const bool continues =
-        !entries.empty() && (entries.back().Flags & kFileFlagToNextVolume) != 0;
+    const bool continues = !entries.empty() && (entries.back().Flags & kFileFlagToNextVolume) != 0;
     // Which entries to unpack: the selected ones, and in a solid stream every
     // compressed entry whose history a later unpacked entry continues. What
     // the next volume holds is unknown, so the entry that runs into it counts

@@ -82,8 +82,8 @@ bool OutputFile::Create(const std::string& target) {
   target_ = target;
   for (int attempt = 0; attempt < 1000; ++attempt) {
     temp_ = target + ".$UN" + (attempt == 0 ? std::string() : std::to_string(attempt));
-    handle_ = CreateFileA(temp_.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_NEW,
-                          0, nullptr);
+    handle_ =
+        CreateFileA(temp_.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_NEW, 0, nullptr);
     if (handle_ != INVALID_HANDLE_VALUE) return true;
     if (!Exists(temp_)) break;
   }

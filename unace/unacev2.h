@@ -28,11 +28,7 @@ extern "C" {
 #endif
 
 /* ---- answers of the callbacks ---- */
-enum {
-  ACE_CALLBACK_RETURN_OK = 0,
-  ACE_CALLBACK_RETURN_NO = 1,
-  ACE_CALLBACK_RETURN_CANCEL = 2
-};
+enum { ACE_CALLBACK_RETURN_OK = 0, ACE_CALLBACK_RETURN_NO = 1, ACE_CALLBACK_RETURN_CANCEL = 2 };
 
 /* ---- callback record types ---- */
 enum {
@@ -56,22 +52,22 @@ enum {
 /* ---- error codes (error callback) ---- */
 enum {
   /* global */
-  ACE_CALLBACK_ERROR_MEMORY = 512,       /* an allocation failed */
-  ACE_CALLBACK_ERROR_UNCSPACE = 518,     /* no room left for temporary data */
+  ACE_CALLBACK_ERROR_MEMORY = 512,   /* an allocation failed */
+  ACE_CALLBACK_ERROR_UNCSPACE = 518, /* no room left for temporary data */
   /* archive */
-  ACE_CALLBACK_ERROR_ARCHIVE_CRC = 546,  /* an entry's data does not match its CRC */
-  ACE_CALLBACK_ERROR_READ = 550,         /* the archive cannot be read, or ends too soon */
-  ACE_CALLBACK_ERROR_SEEK = 552,         /* the archive cannot be positioned */
-  ACE_CALLBACK_ERROR_HEADER = 556,       /* a header is broken or of an unknown kind */
-  ACE_CALLBACK_ERROR_JUNK = 558,         /* bytes that belong to no header were skipped */
-  ACE_CALLBACK_ERROR_NOT_ACE = 559,      /* no ACE archive */
-  ACE_CALLBACK_ERROR_VERSION = 561,      /* the archive needs a newer library */
+  ACE_CALLBACK_ERROR_ARCHIVE_CRC = 546, /* an entry's data does not match its CRC */
+  ACE_CALLBACK_ERROR_READ = 550,        /* the archive cannot be read, or ends too soon */
+  ACE_CALLBACK_ERROR_SEEK = 552,        /* the archive cannot be positioned */
+  ACE_CALLBACK_ERROR_HEADER = 556,      /* a header is broken or of an unknown kind */
+  ACE_CALLBACK_ERROR_JUNK = 558,        /* bytes that belong to no header were skipped */
+  ACE_CALLBACK_ERROR_NOT_ACE = 559,     /* no ACE archive */
+  ACE_CALLBACK_ERROR_VERSION = 561,     /* the archive needs a newer library */
   /* archived file */
-  ACE_CALLBACK_ERROR_OPEN = 576,         /* the output cannot be created, or is unsafe */
-  ACE_CALLBACK_ERROR_CLOSE = 580,        /* the output cannot be completed */
-  ACE_CALLBACK_ERROR_SET_TIME = 582,     /* reserved: time stamps are restored quietly */
-  ACE_CALLBACK_ERROR_METHOD = 586,       /* compression type, version or encryption unsupported */
-  ACE_CALLBACK_ERROR_WRITE = 587,        /* a write failed or stored fewer bytes */
+  ACE_CALLBACK_ERROR_OPEN = 576,          /* the output cannot be created, or is unsafe */
+  ACE_CALLBACK_ERROR_CLOSE = 580,         /* the output cannot be completed */
+  ACE_CALLBACK_ERROR_SET_TIME = 582,      /* reserved: time stamps are restored quietly */
+  ACE_CALLBACK_ERROR_METHOD = 586,        /* compression type, version or encryption unsupported */
+  ACE_CALLBACK_ERROR_WRITE = 587,         /* a write failed or stored fewer bytes */
   ACE_CALLBACK_ERROR_MAKE_DIRECTORY = 588 /* a directory cannot be created */
 };
 
@@ -97,125 +93,124 @@ enum {
 };
 
 struct AceCallbackRecord;
-typedef int (UNACE_CALL *AceCallbackProc)(struct AceCallbackRecord* record);
+typedef int(UNACE_CALL* AceCallbackProc)(struct AceCallbackRecord* record);
 
 /* ---- data records the callbacks point at ---- */
 
 /* The library's settings for the running operation. */
 typedef struct AceGlobalData {
-  uint32_t MaxArchiveTestBytes;   /*  0: from the init record */
-  uint32_t MaxFileBufSize;        /*  4: from the init record */
-  uint32_t Reserved8[4];          /*  8 */
-  char* DecryptPassword;          /* 24: the password text; the caller may point it elsewhere */
-  const char* TempDir;            /* 28 */
+  uint32_t MaxArchiveTestBytes; /*  0: from the init record */
+  uint32_t MaxFileBufSize;      /*  4: from the init record */
+  uint32_t Reserved8[4];        /*  8 */
+  char* DecryptPassword;        /* 24: the password text; the caller may point it elsewhere */
+  const char* TempDir;          /* 28 */
   uint32_t Reserved32[8];
 } AceGlobalData;
 
 /* The archive (volume) in hand. */
 typedef struct AceArchiveData {
-  char* ArchiveName;              /*  0: path of the current volume (of the next one, in 801) */
-  uint32_t VolumeNumber;          /*  4: 0 for the first volume */
-  uint32_t Flags;                 /*  8: the main header's HEAD_FLAGS */
-  uint32_t HostCreated;           /* 12 */
-  uint32_t TimeCreated;           /* 16: DOS stamp */
-  uint32_t VersionCreated;        /* 20 */
-  uint32_t VersionExtract;        /* 24 */
+  char* ArchiveName;       /*  0: path of the current volume (of the next one, in 801) */
+  uint32_t VolumeNumber;   /*  4: 0 for the first volume */
+  uint32_t Flags;          /*  8: the main header's HEAD_FLAGS */
+  uint32_t HostCreated;    /* 12 */
+  uint32_t TimeCreated;    /* 16: DOS stamp */
+  uint32_t VersionCreated; /* 20 */
+  uint32_t VersionExtract; /* 24 */
   uint32_t Reserved28[9];
 } AceArchiveData;
 
 /* The archived file in hand. */
 typedef struct AceFileData {
-  const char* SourceFileName;     /*  0: the stored name, "\" separated */
-  char* DestinationFileName;      /*  4: where it is written; the caller may point it elsewhere */
-  uint32_t Flags;                 /*  8: the file header's HEAD_FLAGS */
-  uint32_t CRC32;                 /* 12: as stored */
-  uint32_t Method;                /* 16: TECH_TYPE */
-  uint32_t DictionaryCode;        /* 20: low 4 bits of TECH_PARM */
-  uint64_t CompressedSize;        /* 24: packed bytes in this volume */
-  uint64_t Size;                  /* 32: unpacked size */
-  uint32_t Time;                  /* 40: DOS stamp, local time */
-  uint32_t Attributes;            /* 44 */
+  const char* SourceFileName; /*  0: the stored name, "\" separated */
+  char* DestinationFileName;  /*  4: where it is written; the caller may point it elsewhere */
+  uint32_t Flags;             /*  8: the file header's HEAD_FLAGS */
+  uint32_t CRC32;             /* 12: as stored */
+  uint32_t Method;            /* 16: TECH_TYPE */
+  uint32_t DictionaryCode;    /* 20: low 4 bits of TECH_PARM */
+  uint64_t CompressedSize;    /* 24: packed bytes in this volume */
+  uint64_t Size;              /* 32: unpacked size */
+  uint32_t Time;              /* 40: DOS stamp, local time */
+  uint32_t Attributes;        /* 44 */
   uint32_t Reserved48[4];
 } AceFileData;
 
 /* Progress of the running operation (selected entries only). */
 typedef struct AceProgressData {
-  uint32_t StepSize;              /*  0: bytes produced since the last notice */
-  uint32_t Reserved4;             /*  4 */
-  uint64_t TotalProcessedSize;    /*  8: unpacked bytes of the operation so far */
-  uint64_t TotalCompressedSize;   /* 16: packed bytes read so far */
-  uint64_t Reserved24;            /* 24 */
-  uint64_t FileProcessedSize;     /* 32: unpacked bytes of the current file so far */
-  uint64_t FileCompressedSize;    /* 40: packed bytes of the current file read so far */
-  uint64_t FileSize;              /* 48: unpacked size of the current file */
+  uint32_t StepSize;            /*  0: bytes produced since the last notice */
+  uint32_t Reserved4;           /*  4 */
+  uint64_t TotalProcessedSize;  /*  8: unpacked bytes of the operation so far */
+  uint64_t TotalCompressedSize; /* 16: packed bytes read so far */
+  uint64_t Reserved24;          /* 24 */
+  uint64_t FileProcessedSize;   /* 32: unpacked bytes of the current file so far */
+  uint64_t FileCompressedSize;  /* 40: packed bytes of the current file read so far */
+  uint64_t FileSize;            /* 48: unpacked size of the current file */
 } AceProgressData;
 
 /* What every callback receives. Pointers that do not apply are null. */
 typedef struct AceCallbackRecord {
-  uint32_t StructureType;         /*  0: ACE_CALLBACK_TYPE_... */
-  uint32_t Code;                  /*  4 */
-  uint32_t Operation;             /*  8: ACE_CALLBACK_OPERATION_... */
-  AceGlobalData* GlobalData;      /* 12 */
-  AceArchiveData* ArchiveData;    /* 16 */
-  AceFileData* FileData;          /* 20 */
-  AceProgressData* ProgressData;  /* 24 */
+  uint32_t StructureType;        /*  0: ACE_CALLBACK_TYPE_... */
+  uint32_t Code;                 /*  4 */
+  uint32_t Operation;            /*  8: ACE_CALLBACK_OPERATION_... */
+  AceGlobalData* GlobalData;     /* 12 */
+  AceArchiveData* ArchiveData;   /* 16 */
+  AceFileData* FileData;         /* 20 */
+  AceProgressData* ProgressData; /* 24 */
 } AceCallbackRecord;
 
 /* ---- records of the five functions ---- */
 
 typedef struct AceInitDllStruc {
-  uint32_t Reserved0;             /*   0 */
-  uint32_t MaxArchiveTestBytes;   /*   4: caller gives 0x1FFFF */
-  uint32_t MaxFileBufSize;        /*   8: caller gives 0x2FFFF */
-  uint32_t Reserved12[21];        /*  12 */
-  const char* TempDir;            /*  96 */
-  uint32_t Reserved100[19];       /* 100 */
-  AceCallbackProc InfoCallback;   /* 176 */
-  AceCallbackProc ErrorCallback;  /* 180 */
-  AceCallbackProc RequestCallback;/* 184 */
-  AceCallbackProc StateCallback;  /* 188 */
-  uint32_t Reserved192[32];       /* 192 */
+  uint32_t Reserved0;              /*   0 */
+  uint32_t MaxArchiveTestBytes;    /*   4: caller gives 0x1FFFF */
+  uint32_t MaxFileBufSize;         /*   8: caller gives 0x2FFFF */
+  uint32_t Reserved12[21];         /*  12 */
+  const char* TempDir;             /*  96 */
+  uint32_t Reserved100[19];        /* 100 */
+  AceCallbackProc InfoCallback;    /* 176 */
+  AceCallbackProc ErrorCallback;   /* 180 */
+  AceCallbackProc RequestCallback; /* 184 */
+  AceCallbackProc StateCallback;   /* 188 */
+  uint32_t Reserved192[32];        /* 192 */
 } AceInitDllStruc;
 
 typedef struct AceReadArchiveDataStruc {
-  AceArchiveData* ArchiveData;    /*  0: null when the archive cannot be read */
+  AceArchiveData* ArchiveData; /*  0: null when the archive cannot be read */
   uint32_t Reserved4[16];
 } AceReadArchiveDataStruc;
 
 /* Which entries an operation takes. */
 typedef struct AceFilesStruc {
-  const char* SourceDir;          /*  0: prefix of the names in FileList; "" for none */
-  const char* FileList;           /*  4: masks separated by CR (0x0D); "" selects every entry */
-  const char* ExcludeList;        /*  8: masks separated by CR of entries to leave out */
-  uint32_t Reserved12[17];        /* 12 */
+  const char* SourceDir;   /*  0: prefix of the names in FileList; "" for none */
+  const char* FileList;    /*  4: masks separated by CR (0x0D); "" selects every entry */
+  const char* ExcludeList; /*  8: masks separated by CR of entries to leave out */
+  uint32_t Reserved12[17]; /* 12 */
 } AceFilesStruc;
 
 typedef struct AceListStruc {
-  AceFilesStruc Files;            /*  0 */
-  uint32_t Reserved80[17];        /* 80 */
+  AceFilesStruc Files;     /*  0 */
+  uint32_t Reserved80[17]; /* 80 */
 } AceListStruc;
 
 typedef struct AceTestStruc {
-  AceFilesStruc Files;            /*  0 */
-  const char* DecryptPassword;    /* 80 */
-  uint32_t Reserved84[16];        /* 84 */
+  AceFilesStruc Files;         /*  0 */
+  const char* DecryptPassword; /* 80 */
+  uint32_t Reserved84[16];     /* 84 */
 } AceTestStruc;
 
 typedef struct AceExtractStruc {
-  AceFilesStruc Files;            /*  0 */
-  const char* DestinationDir;     /* 80: output directory; nothing is written outside it */
-  uint32_t ExcludePath;           /* 84: nonzero = stored directories are dropped */
-  const char* DecryptPassword;    /* 88 */
-  uint32_t Reserved92[16];        /* 92 */
+  AceFilesStruc Files;         /*  0 */
+  const char* DestinationDir;  /* 80: output directory; nothing is written outside it */
+  uint32_t ExcludePath;        /* 84: nonzero = stored directories are dropped */
+  const char* DecryptPassword; /* 88 */
+  uint32_t Reserved92[16];     /* 92 */
 } AceExtractStruc;
 
 /* ---- the five functions (looked up by these names) ---- */
-typedef int (UNACE_CALL *AceInitDllProc)(AceInitDllStruc* init);
-typedef int (UNACE_CALL *AceReadArchiveDataProc)(const char* archive,
-                                                 AceReadArchiveDataStruc* data);
-typedef int (UNACE_CALL *AceListProc)(const char* archive, AceListStruc* list);
-typedef int (UNACE_CALL *AceTestProc)(const char* archive, AceTestStruc* test);
-typedef int (UNACE_CALL *AceExtractProc)(const char* archive, AceExtractStruc* extract);
+typedef int(UNACE_CALL* AceInitDllProc)(AceInitDllStruc* init);
+typedef int(UNACE_CALL* AceReadArchiveDataProc)(const char* archive, AceReadArchiveDataStruc* data);
+typedef int(UNACE_CALL* AceListProc)(const char* archive, AceListStruc* list);
+typedef int(UNACE_CALL* AceTestProc)(const char* archive, AceTestStruc* test);
+typedef int(UNACE_CALL* AceExtractProc)(const char* archive, AceExtractStruc* extract);
 
 #if defined(UNACE_BUILDING)
 #  if defined(_WIN32)
@@ -231,7 +226,7 @@ UNACE_API int UNACE_CALL ACEExtract(const char* archive, AceExtractStruc* extrac
 #endif
 
 #ifdef __cplusplus
-}  /* extern "C" */
+} /* extern "C" */
 #endif
 
 #if defined(__cplusplus) && (UINTPTR_MAX == 0xFFFFFFFFu)

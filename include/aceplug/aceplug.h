@@ -103,21 +103,21 @@ typedef struct AceFindData {
 /* Compression options, 3,572 bytes. The host fills a dictionary code (3..11)
    at offset 4; the plug-in's own copy holds the size in KB there. */
 typedef struct CompOptions {
-  int32_t FormatCode;        /*    0 */
-  int32_t DictionaryKB;      /*    4: host: dictionary code 3..11 */
-  uint32_t Reserved8[4];     /*    8 */
-  int32_t Level;             /*   24: 0 fastest .. 4 best */
-  int32_t Solid;             /*   28 */
-  uint32_t Reserved32[7];    /*   32 */
-  int32_t KeepPaths;         /*   60 */
-  uint32_t Reserved64[140];  /*   64 */
-  char ExtraText[272];       /*  624: stored, not consulted */
-  char RelativePath[272];    /*  896: prefix of stored names when not empty */
-  char InputPath[272];       /* 1168: base folder of files to add when not empty */
-  uint32_t Reserved1440[521];/* 1440 */
-  uint32_t ExtraValue1;      /* 3524: stored, not consulted */
-  uint32_t ExtraValue2;      /* 3528: stored, not consulted */
-  uint32_t Reserved3532[10]; /* 3532 */
+  int32_t FormatCode;         /*    0 */
+  int32_t DictionaryKB;       /*    4: host: dictionary code 3..11 */
+  uint32_t Reserved8[4];      /*    8 */
+  int32_t Level;              /*   24: 0 fastest .. 4 best */
+  int32_t Solid;              /*   28 */
+  uint32_t Reserved32[7];     /*   32 */
+  int32_t KeepPaths;          /*   60 */
+  uint32_t Reserved64[140];   /*   64 */
+  char ExtraText[272];        /*  624: stored, not consulted */
+  char RelativePath[272];     /*  896: prefix of stored names when not empty */
+  char InputPath[272];        /* 1168: base folder of files to add when not empty */
+  uint32_t Reserved1440[521]; /* 1440 */
+  uint32_t ExtraValue1;       /* 3524: stored, not consulted */
+  uint32_t ExtraValue2;       /* 3528: stored, not consulted */
+  uint32_t Reserved3532[10];  /* 3532 */
 } CompOptions;
 
 /* Decompression options, 1,420 bytes. */
@@ -134,35 +134,35 @@ typedef struct DecompOptions {
 
 /* One archive entry, 488 bytes on 32-bit builds. */
 typedef struct ArcFileEntry {
-  struct ArcFileEntry* Next;  /*   0 */
-  char Name[272];             /*   4: directories end with "\" */
-  uint32_t NameLength;        /* 276: stored name length */
-  AceUInt64 PackedSize;       /* 280 */
-  AceUInt64 UnpackedSize;     /* 288 */
-  uint32_t DosTime;           /* 296: time word low, date word high */
-  uint32_t Attributes;        /* 300 */
-  uint32_t Zero304;           /* 304 */
-  uint32_t Crc32;             /* 308 */
-  uint32_t HostOS;            /* 312 */
-  uint32_t Method;            /* 316 */
-  int32_t CommentLength;      /* 320 */
-  char* Comment;              /* 324 */
-  uint32_t IsEncrypted;       /* 328 */
-  uint32_t IsFile;            /* 332 */
-  uint32_t Reserved336;       /* 336 */
-  AceUInt64 HeaderPos;        /* 340 */
-  uint32_t HeaderFlags;       /* 348 */
-  uint32_t Reserved352[3];    /* 352 */
-  uint32_t Zero364;           /* 364 */
-  uint32_t HeaderSize;        /* 368 */
-  uint32_t HeaderCrc;         /* 372 */
-  uint32_t Reserved376[10];   /* 376 */
-  uint32_t DictionaryCode;    /* 416 */
-  uint32_t Reserved420;       /* 420 */
-  uint32_t HeaderType;        /* 424 */
-  uint32_t Reserved428[3];    /* 428 */
-  uint32_t FormatTag;         /* 440 */
-  uint32_t Reserved444[11];   /* 444 */
+  struct ArcFileEntry* Next; /*   0 */
+  char Name[272];            /*   4: directories end with "\" */
+  uint32_t NameLength;       /* 276: stored name length */
+  AceUInt64 PackedSize;      /* 280 */
+  AceUInt64 UnpackedSize;    /* 288 */
+  uint32_t DosTime;          /* 296: time word low, date word high */
+  uint32_t Attributes;       /* 300 */
+  uint32_t Zero304;          /* 304 */
+  uint32_t Crc32;            /* 308 */
+  uint32_t HostOS;           /* 312 */
+  uint32_t Method;           /* 316 */
+  int32_t CommentLength;     /* 320 */
+  char* Comment;             /* 324 */
+  uint32_t IsEncrypted;      /* 328 */
+  uint32_t IsFile;           /* 332 */
+  uint32_t Reserved336;      /* 336 */
+  AceUInt64 HeaderPos;       /* 340 */
+  uint32_t HeaderFlags;      /* 348 */
+  uint32_t Reserved352[3];   /* 352 */
+  uint32_t Zero364;          /* 364 */
+  uint32_t HeaderSize;       /* 368 */
+  uint32_t HeaderCrc;        /* 372 */
+  uint32_t Reserved376[10];  /* 376 */
+  uint32_t DictionaryCode;   /* 416 */
+  uint32_t Reserved420;      /* 420 */
+  uint32_t HeaderType;       /* 424 */
+  uint32_t Reserved428[3];   /* 428 */
+  uint32_t FormatTag;        /* 440 */
+  uint32_t Reserved444[11];  /* 444 */
 } ArcFileEntry;
 
 /* List head, 12 bytes on 32-bit builds. */
@@ -176,10 +176,10 @@ typedef struct ArcFileList {
 
 /* One mask, 520 bytes on 32-bit builds. */
 typedef struct FileMaskNode {
-  char* Directory;            /*   0: drive and directory, ending in "\", or "" */
-  char BaseName[256];         /*   4: may hold "*" and "?" */
-  char Extension[256];        /* 260: without the "." */
-  struct FileMaskNode* Next;  /* 516 */
+  char* Directory;           /*   0: drive and directory, ending in "\", or "" */
+  char BaseName[256];        /*   4: may hold "*" and "?" */
+  char Extension[256];       /* 260: without the "." */
+  struct FileMaskNode* Next; /* 516 */
 } FileMaskNode;
 
 /* List head, 8 bytes on 32-bit builds. */
@@ -210,37 +210,34 @@ typedef struct ArcInfo {
 
 /* Main comment, 28 bytes on 32-bit builds. The text block passes to the host. */
 typedef struct MainCommentInfo {
-  char* Comment;              /*  0: no terminator */
-  int32_t Length;             /*  4 */
-  int32_t HasComment;         /*  8 */
-  uint32_t Reserved12[4];     /* 12 */
+  char* Comment;          /*  0: no terminator */
+  int32_t Length;         /*  4 */
+  int32_t HasComment;     /*  8 */
+  uint32_t Reserved12[4]; /* 12 */
 } MainCommentInfo;
 
 /* ---- callbacks ---- */
-typedef int32_t (ACEPLUG_CALL *AceSignalProc)(AceContext context, uint32_t totalLow,
-                                              uint32_t totalHigh, int32_t code);
-typedef int32_t (ACEPLUG_CALL *AceWarningProc)(AceContext context, const char* text);
-typedef int32_t (ACEPLUG_CALL *AceNextDiskProc)(AceContext context, char* directory,
-                                                int32_t zero, int32_t volume,
-                                                int32_t volumeAgain);
-typedef int32_t (ACEPLUG_CALL *AceSfxProgressProc)(AceContext context, int32_t percent,
-                                                   int32_t step);
-typedef int32_t (ACEPLUG_CALL *AceFileNameProc)(AceContext context, const char* path,
-                                                const char* shownName);
-typedef int32_t (ACEPLUG_CALL *AceSkipFileProc)(AceContext context, const char* path);
-typedef int32_t (ACEPLUG_CALL *AceCryptKeyProc)(AceContext context, char* buffer,
-                                                const char* name, int32_t zero);
-typedef int32_t (ACEPLUG_CALL *AceProgressProc)(AceContext context, int32_t percent,
-                                                int32_t step);
-typedef int32_t (ACEPLUG_CALL *AceReplaceProc)(AceContext context,
-                                               const AceFindData* existing,
-                                               const AceFindData* replacement);
+typedef int32_t(ACEPLUG_CALL* AceSignalProc)(AceContext context, uint32_t totalLow,
+                                             uint32_t totalHigh, int32_t code);
+typedef int32_t(ACEPLUG_CALL* AceWarningProc)(AceContext context, const char* text);
+typedef int32_t(ACEPLUG_CALL* AceNextDiskProc)(AceContext context, char* directory, int32_t zero,
+                                               int32_t volume, int32_t volumeAgain);
+typedef int32_t(ACEPLUG_CALL* AceSfxProgressProc)(AceContext context, int32_t percent,
+                                                  int32_t step);
+typedef int32_t(ACEPLUG_CALL* AceFileNameProc)(AceContext context, const char* path,
+                                               const char* shownName);
+typedef int32_t(ACEPLUG_CALL* AceSkipFileProc)(AceContext context, const char* path);
+typedef int32_t(ACEPLUG_CALL* AceCryptKeyProc)(AceContext context, char* buffer, const char* name,
+                                               int32_t zero);
+typedef int32_t(ACEPLUG_CALL* AceProgressProc)(AceContext context, int32_t percent, int32_t step);
+typedef int32_t(ACEPLUG_CALL* AceReplaceProc)(AceContext context, const AceFindData* existing,
+                                              const AceFindData* replacement);
 
 /* Signal codes passed to AceSignalProc. */
 enum {
-  AR_SIGNAL_REBUILD = 1,  /* solid rebuild or solid delete: total to compress */
-  AR_SIGNAL_EXTRACT = 2,  /* extraction: total of the selected entries */
-  AR_SIGNAL_TEST = 11     /* test: total of all entries */
+  AR_SIGNAL_REBUILD = 1, /* solid rebuild or solid delete: total to compress */
+  AR_SIGNAL_EXTRACT = 2, /* extraction: total of the selected entries */
+  AR_SIGNAL_TEST = 11    /* test: total of all entries */
 };
 
 /* ---- lifecycle and settings ---- */

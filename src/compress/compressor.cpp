@@ -24,12 +24,18 @@ const EngineOps* SelectEngine(int32_t dictionaryKB, int32_t level) {
 
 int DictionaryCodeForKB(int32_t dictionaryKB) {
   switch (dictionaryKB) {
-    case 64: return 6;
-    case 128: return 7;
-    case 256: return 8;
-    case 512: return 9;
-    case 1024: return 10;
-    default: return -1;
+    case 64:
+      return 6;
+    case 128:
+      return 7;
+    case 256:
+      return 8;
+    case 512:
+      return 9;
+    case 1024:
+      return 10;
+    default:
+      return -1;
   }
 }
 
@@ -57,10 +63,9 @@ int32_t ReadInput(CompressorCore& core, uint8_t* destination, int32_t count) {
 
 void FlushOutput(CompressorCore& core, uint32_t count) {
   if (core.status != 0) return;  // after a failure or an abort nothing more goes out
-  const int32_t written =
-      core.io.write != nullptr
-          ? core.io.write(core.io.writeContext, core.out, static_cast<int32_t>(count))
-          : -1;
+  const int32_t written = core.io.write != nullptr ? core.io.write(core.io.writeContext, core.out,
+                                                                   static_cast<int32_t>(count))
+                                                   : -1;
   if (written > 0) core.packedSize += static_cast<uint32_t>(written);
   if (!core.ops->reportsOwnProgress) ReportProgress(core);
   if (static_cast<int32_t>(core.packedSize) > static_cast<int32_t>(core.unpackedSize)) {

@@ -58,10 +58,10 @@ struct CompressorCore {
   int32_t grew = 0;
 
   // Token buffer: four parallel arrays of kBlockTokens.
-  uint16_t* tokenMain = nullptr;    // main symbol 0..281
-  uint8_t* tokenLength = nullptr;   // length symbol, main symbols 256 and up
+  uint16_t* tokenMain = nullptr;      // main symbol 0..281
+  uint8_t* tokenLength = nullptr;     // length symbol, main symbols 256 and up
   uint32_t* tokenDistance = nullptr;  // distance value d, main symbols 260 and up
-  uint8_t* tokenBits = nullptr;     // significant bits of d
+  uint8_t* tokenBits = nullptr;       // significant bits of d
   uint32_t tokenCount = 0;
   uint32_t ring[4] = {};  // recent distance values; ring[ringIndex] is the newest
   uint32_t ringIndex = 0;

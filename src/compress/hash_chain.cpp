@@ -350,22 +350,33 @@ struct Engine {
 
 uint32_t ChainLimitForLevel(int32_t level) {
   switch (level) {
-    case 1: return 32;
-    case 2: return 48;
-    case 3: return 64;
-    case 4: return 256;
-    default: return 0;  // level 0: walks run to the end of the chain
+    case 1:
+      return 32;
+    case 2:
+      return 48;
+    case 3:
+      return 64;
+    case 4:
+      return 256;
+    default:
+      return 0;  // level 0: walks run to the end of the chain
   }
 }
 
 const EngineOps* HashChainEngineOps(int32_t dictionaryKB) {
   switch (dictionaryKB) {
-    case 64: return &Engine<Member64>::Ops();
-    case 128: return &Engine<Member128>::Ops();
-    case 256: return &Engine<Member256>::Ops();
-    case 512: return &Engine<Member512>::Ops();
-    case 1024: return &Engine<Member1024>::Ops();
-    default: return nullptr;
+    case 64:
+      return &Engine<Member64>::Ops();
+    case 128:
+      return &Engine<Member128>::Ops();
+    case 256:
+      return &Engine<Member256>::Ops();
+    case 512:
+      return &Engine<Member512>::Ops();
+    case 1024:
+      return &Engine<Member1024>::Ops();
+    default:
+      return nullptr;
   }
 }
 

@@ -24,10 +24,10 @@ uint32_t ChainLimitForLevel(int32_t level);
 // The engine's state, process-wide for an operation and kept from file to
 // file of a solid run. Positions index `window`; 0 stands for "none".
 struct HashChainState {
-  uint8_t* window = nullptr;   // 2·D bytes of history and 600 spare, zeroed once
-  uint32_t* head = nullptr;    // newest position per 3-byte hash
-  uint32_t* chain = nullptr;   // previous position with the same hash, at p mod D
-  uint8_t* crowd = nullptr;    // per hash: its last walk ran out of the limit
+  uint8_t* window = nullptr;     // 2·D bytes of history and 600 spare, zeroed once
+  uint32_t* head = nullptr;      // newest position per 3-byte hash
+  uint32_t* chain = nullptr;     // previous position with the same hash, at p mod D
+  uint8_t* crowd = nullptr;      // per hash: its last walk ran out of the limit
   uint32_t pairHead[256] = {};   // newest position per 2-byte hash
   uint32_t pairChain[256] = {};  // previous position with the same 2-byte hash, at p mod 256
 

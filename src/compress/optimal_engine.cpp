@@ -38,8 +38,7 @@ inline void CountLiteral(CompressorCore& core, OptimalPrices& prices, uint8_t by
   ++prices.sinceRebuild;
 }
 
-inline void CountMatch(CompressorCore& core, OptimalPrices& prices, uint32_t length,
-                       uint32_t d) {
+inline void CountMatch(CompressorCore& core, OptimalPrices& prices, uint32_t length, uint32_t d) {
   BeforeToken(prices);
   RecordMatch(core, NewDistanceLengthSymbol(length, d), d + 1);
   // The coder chose the form (repeat or new distance); count what it chose.
@@ -151,8 +150,7 @@ void RebuildPrices(OptimalPrices& prices) {
   uint8_t lengthWidths[kPriceLengthSymbols];
   uint16_t codes[kPriceMainSymbols];
   BuildHuffmanCode(prices.mainCount, kPriceMainSymbols, kPriceWidthLimit, mainWidths, codes);
-  BuildHuffmanCode(prices.lengthCount, kPriceLengthSymbols, kPriceWidthLimit, lengthWidths,
-                   codes);
+  BuildHuffmanCode(prices.lengthCount, kPriceLengthSymbols, kPriceWidthLimit, lengthWidths, codes);
   SetPricesFromWidths(prices, mainWidths, lengthWidths);
 }
 

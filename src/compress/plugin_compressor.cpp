@@ -77,6 +77,8 @@ void FinishCompressFile() {
 uint32_t CompressorPackedSize() { return PluginCompressor().PackedSize(); }
 uint32_t CompressorCrc() { return PluginCompressor().Crc(); }
 int32_t CompressorGrew() { return PluginCompressor().Grew() ? 1 : 0; }
-int32_t CompressorDictionaryCode() { return DictionaryCodeForKB(PluginCompressor().DictionaryKB()); }
+int32_t CompressorDictionaryCode() {
+  return DictionaryCodeForKB(PluginCompressor().DictionaryKB());
+}
 
 }  // namespace ace

@@ -4,7 +4,7 @@
 #include <cstring>
 
 #ifdef __linux__
-#include <sys/mman.h>
+#  include <sys/mman.h>
 #endif
 
 namespace ace {

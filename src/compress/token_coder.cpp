@@ -11,8 +11,8 @@
 namespace ace {
 namespace {
 
-constexpr int kCodeWidthLimit = 11;   // main and length codes
-constexpr int kWidthTreeLimit = 7;    // the code of the width deltas
+constexpr int kCodeWidthLimit = 11;  // main and length codes
+constexpr int kWidthTreeLimit = 7;   // the code of the width deltas
 constexpr uint32_t kWidthModulus = 12;
 constexpr uint32_t kChunkWords = kOutputChunk / 4;
 
@@ -184,7 +184,8 @@ void FinishOutput(CompressorCore& core) {
   core.tokenCount = 0;
   if (core.bitCount > 0) {
     // Zero bits up to the end of the word.
-    StoreWord(core.out + core.outBytes, static_cast<uint32_t>(core.bitBuffer << (32 - core.bitCount)));
+    StoreWord(core.out + core.outBytes,
+              static_cast<uint32_t>(core.bitBuffer << (32 - core.bitCount)));
     core.outBytes += 4;
   }
   core.bitBuffer = 0;

@@ -21,9 +21,7 @@ void Free(T*& p) {
   p = nullptr;
 }
 
-uint32_t LastSafe(const TreeMatchFinder& mf) {
-  return mf.base + kTreeHistorySize - kTreeLookahead;
-}
+uint32_t LastSafe(const TreeMatchFinder& mf) { return mf.base + kTreeHistorySize - kTreeLookahead; }
 
 void SetPosLimit(TreeMatchFinder& mf) {
   if (!mf.inputEnded) {
@@ -42,8 +40,8 @@ void Fill(TreeMatchFinder& mf) {
     if (room == 0) break;
     if (mf.waitLength == 0) {
       if (mf.stagePlace == kTreeStagingSize) mf.stagePlace = 0;
-      const uint32_t n = mf.reader(mf.readerContext, mf.staging + mf.stagePlace,
-                                   kTreeStagingSize - mf.stagePlace);
+      const uint32_t n =
+          mf.reader(mf.readerContext, mf.staging + mf.stagePlace, kTreeStagingSize - mf.stagePlace);
       if (n == 0) {
         mf.inputEnded = true;
         break;
@@ -216,8 +214,8 @@ bool SetupTreeMatchFinder(TreeMatchFinder& mf) {
   mf.treeHead = AllocateTable<uint32_t>(kTreeHeadEntries);
   mf.smaller = AllocateTable<uint32_t>(kTreeDictionary);
   mf.larger = AllocateTable<uint32_t>(kTreeDictionary);
-  if (!mf.history || !mf.staging || !mf.pairHead || !mf.tripleHead || !mf.treeHead ||
-      !mf.smaller || !mf.larger) {
+  if (!mf.history || !mf.staging || !mf.pairHead || !mf.tripleHead || !mf.treeHead || !mf.smaller ||
+      !mf.larger) {
     ReleaseTreeMatchFinder(mf);
     return false;
   }

@@ -30,8 +30,8 @@ inline constexpr uint32_t kTreePositionCeiling = 0x7FFFFFFFu;
 using TreeInputReader = uint32_t (*)(void* context, uint8_t* destination, uint32_t count);
 
 struct TreeMatchFinder {
-  uint8_t* history = nullptr;   // kTreeHistorySize bytes; history[0] holds position `base`
-  uint8_t* staging = nullptr;   // kTreeStagingSize bytes between the reader and `history`
+  uint8_t* history = nullptr;  // kTreeHistorySize bytes; history[0] holds position `base`
+  uint8_t* staging = nullptr;  // kTreeStagingSize bytes between the reader and `history`
   uint32_t* pairHead = nullptr;
   uint32_t* tripleHead = nullptr;
   uint32_t* treeHead = nullptr;
@@ -43,10 +43,10 @@ struct TreeMatchFinder {
   uint32_t* larger = nullptr;
   uint32_t linkOffset = 0;
 
-  uint32_t base = 1;        // position of history[0] (modulo 2^32)
-  uint32_t pos = 1;         // the match finder's position
-  uint32_t end = 1;         // one past the last byte read so far
-  uint32_t posLimit = 0;    // moving past it reads more input
+  uint32_t base = 1;      // position of history[0] (modulo 2^32)
+  uint32_t pos = 1;       // the match finder's position
+  uint32_t end = 1;       // one past the last byte read so far
+  uint32_t posLimit = 0;  // moving past it reads more input
   bool inputEnded = false;
 
   uint32_t stagePlace = 0;  // where the next read into `staging` lands
@@ -85,8 +85,6 @@ inline uint8_t ByteAt(const TreeMatchFinder& mf, uint32_t position) {
 }
 // Bytes read but not yet passed by the match finder.
 inline uint32_t BytesAhead(const TreeMatchFinder& mf) { return mf.end - mf.pos; }
-inline bool InputExhausted(const TreeMatchFinder& mf) {
-  return mf.inputEnded && mf.pos >= mf.end;
-}
+inline bool InputExhausted(const TreeMatchFinder& mf) { return mf.inputEnded && mf.pos >= mf.end; }
 
 }  // namespace ace

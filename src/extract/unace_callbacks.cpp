@@ -72,7 +72,8 @@ int AskOverwrite(AceFileData* file) {
   if (!State().okToReplace) return ACE_CALLBACK_RETURN_OK;
 
   ArcFileEntry entry{};
-  CopyText(entry.Name, sizeof entry.Name, file->SourceFileName != nullptr ? file->SourceFileName : "");
+  CopyText(entry.Name, sizeof entry.Name,
+           file->SourceFileName != nullptr ? file->SourceFileName : "");
   entry.DosTime = file->Time;
   entry.Attributes = file->Attributes;
   entry.UnpackedSize.Low = static_cast<uint32_t>(file->Size);
@@ -126,12 +127,23 @@ int UNACE_CALL UnAceErrorCallback(AceCallbackRecord* record) {
           answer = ACE_CALLBACK_RETURN_OK;
           break;
         case ACE_CALLBACK_ERROR_READ:
-        case ACE_CALLBACK_ERROR_SEEK: status = AR_IO_ERROR; break;
-        case ACE_CALLBACK_ERROR_HEADER: status = AR_BAD_HEADER; break;
-        case ACE_CALLBACK_ERROR_JUNK: answer = ACE_CALLBACK_RETURN_OK; break;
-        case ACE_CALLBACK_ERROR_NOT_ACE: status = AR_NOT_ACE; break;
-        case ACE_CALLBACK_ERROR_VERSION: status = AR_UNSUPPORTED; break;
-        default: break;
+        case ACE_CALLBACK_ERROR_SEEK:
+          status = AR_IO_ERROR;
+          break;
+        case ACE_CALLBACK_ERROR_HEADER:
+          status = AR_BAD_HEADER;
+          break;
+        case ACE_CALLBACK_ERROR_JUNK:
+          answer = ACE_CALLBACK_RETURN_OK;
+          break;
+        case ACE_CALLBACK_ERROR_NOT_ACE:
+          status = AR_NOT_ACE;
+          break;
+        case ACE_CALLBACK_ERROR_VERSION:
+          status = AR_UNSUPPORTED;
+          break;
+        default:
+          break;
       }
       break;
     case ACE_CALLBACK_TYPE_ARCHIVEDFILE:
@@ -139,16 +151,26 @@ int UNACE_CALL UnAceErrorCallback(AceCallbackRecord* record) {
         case ACE_CALLBACK_ERROR_OPEN:
         case ACE_CALLBACK_ERROR_CLOSE:
         case ACE_CALLBACK_ERROR_SET_TIME:
-        case ACE_CALLBACK_ERROR_MAKE_DIRECTORY: status = AR_IO_ERROR; break;
-        case ACE_CALLBACK_ERROR_METHOD: status = AR_UNSUPPORTED; break;
-        case ACE_CALLBACK_ERROR_WRITE: status = AR_DISK_FULL; break;
-        default: break;
+        case ACE_CALLBACK_ERROR_MAKE_DIRECTORY:
+          status = AR_IO_ERROR;
+          break;
+        case ACE_CALLBACK_ERROR_METHOD:
+          status = AR_UNSUPPORTED;
+          break;
+        case ACE_CALLBACK_ERROR_WRITE:
+          status = AR_DISK_FULL;
+          break;
+        default:
+          break;
       }
       break;
     case ACE_CALLBACK_TYPE_REALFILE:
     case ACE_CALLBACK_TYPE_SPACE:
-    case ACE_CALLBACK_TYPE_SFXFILE: answer = ACE_CALLBACK_RETURN_OK; break;
-    default: break;
+    case ACE_CALLBACK_TYPE_SFXFILE:
+      answer = ACE_CALLBACK_RETURN_OK;
+      break;
+    default:
+      break;
   }
   if (status != 0) SetStatusIfClear(status);
   return answer;
@@ -158,8 +180,8 @@ int UNACE_CALL UnAceRequestCallback(AceCallbackRecord* record) {
   if (record->StructureType == ACE_CALLBACK_TYPE_ARCHIVE &&
       record->Code == ACE_CALLBACK_REQUEST_CHANGEVOLUME) {
     AceArchiveData* archive = record->ArchiveData;
-    const int answer = AskNextVolume(archive->ArchiveName,
-                                     static_cast<int32_t>(archive->VolumeNumber + 1));
+    const int answer =
+        AskNextVolume(archive->ArchiveName, static_cast<int32_t>(archive->VolumeNumber + 1));
     if (answer == ACE_CALLBACK_RETURN_OK) archive->ArchiveName = DriverState().VolumePath;
     return answer;
   }

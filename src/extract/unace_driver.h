@@ -16,8 +16,8 @@ inline constexpr size_t kUnAceTextBuffer = 272;
 
 // The driver's state for one operation.
 struct UnAceDriverState {
-  char* FileListText = nullptr;      // owned; freed at the end of the operation
-  uint32_t ProgressBaseline = 0;     // the library's running total at the last report
+  char* FileListText = nullptr;   // owned; freed at the end of the operation
+  uint32_t ProgressBaseline = 0;  // the library's running total at the last report
   char VolumePath[kUnAceTextBuffer] = {};
   char Password[kUnAceTextBuffer] = {};
   char OutputName[kUnAceTextBuffer] = {};

@@ -141,7 +141,8 @@ int ReadNextHeader(ArcFileEntry* e, char* nameOut) {
   e->NameLength = ReadWord(file);
   e->FormatTag = 19;
   e->IsEncrypted = (e->HeaderFlags & kFlagEncrypted) ? 1 : 0;
-  if (s.Status != 0 && FailedInsideFile(file, start + static_cast<int64_t>(kFileFixedSize))) return 0;
+  if (s.Status != 0 && FailedInsideFile(file, start + static_cast<int64_t>(kFileFixedSize)))
+    return 0;
   // A header too short for its own fields and name is damaged: copying it by
   // HEAD_SIZE would split it from what was read, so the walk stops there.
   if (s.Status == 0 && e->HeaderSize < kFileFields + e->NameLength) {

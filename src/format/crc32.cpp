@@ -40,8 +40,9 @@ inline uint32_t LoadLittle32(const unsigned char* p) {
 }  // namespace
 
 const uint32_t kCrcTable[256] = {
-#define ROW(i) kTable[i], kTable[i + 1], kTable[i + 2], kTable[i + 3], \
-               kTable[i + 4], kTable[i + 5], kTable[i + 6], kTable[i + 7]
+#define ROW(i)                                                                          \
+  kTable[i], kTable[i + 1], kTable[i + 2], kTable[i + 3], kTable[i + 4], kTable[i + 5], \
+      kTable[i + 6], kTable[i + 7]
     ROW(0),   ROW(8),   ROW(16),  ROW(24),  ROW(32),  ROW(40),  ROW(48),  ROW(56),
     ROW(64),  ROW(72),  ROW(80),  ROW(88),  ROW(96),  ROW(104), ROW(112), ROW(120),
     ROW(128), ROW(136), ROW(144), ROW(152), ROW(160), ROW(168), ROW(176), ROW(184),
@@ -55,9 +56,8 @@ uint32_t Crc32Update(uint32_t crc, const void* bytes, size_t length) {
   for (; length >= 8; length -= 8, p += 8) {
     const uint32_t low = crc ^ LoadLittle32(p);
     const uint32_t high = LoadLittle32(p + 4);
-    crc = kSlices[7][low & 0xFF] ^ kSlices[6][(low >> 8) & 0xFF] ^
-          kSlices[5][(low >> 16) & 0xFF] ^ kSlices[4][low >> 24] ^
-          kSlices[3][high & 0xFF] ^ kSlices[2][(high >> 8) & 0xFF] ^
+    crc = kSlices[7][low & 0xFF] ^ kSlices[6][(low >> 8) & 0xFF] ^ kSlices[5][(low >> 16) & 0xFF] ^
+          kSlices[4][low >> 24] ^ kSlices[3][high & 0xFF] ^ kSlices[2][(high >> 8) & 0xFF] ^
           kSlices[1][(high >> 16) & 0xFF] ^ kSlices[0][high >> 24];
   }
   while (length--) crc = kCrcTable[(crc ^ *p++) & 0xFF] ^ (crc >> 8);

@@ -19,13 +19,13 @@ inline constexpr uint8_t kHeadTypeRecovery = 2;
 inline constexpr uint8_t kHeadTypeRecovery2 = 5;
 
 // HEAD_FLAGS bits.
-inline constexpr uint16_t kFlagAddSize = 0x0001;     // file: PACK_SIZE present
-inline constexpr uint16_t kFlagComment = 0x0002;     // main, file: a comment block follows
-inline constexpr uint16_t kFlagAdvert = 0x1000;      // main: the advert field is filled
-inline constexpr uint16_t kFlagLocked = 0x4000;      // main
-inline constexpr uint16_t kFlagEncrypted = 0x4000;   // file
-inline constexpr uint16_t kFlagSolid = 0x8000;       // main
-inline constexpr uint16_t kFlagContinued = 0x8000;   // file: continues the solid stream
+inline constexpr uint16_t kFlagAddSize = 0x0001;    // file: PACK_SIZE present
+inline constexpr uint16_t kFlagComment = 0x0002;    // main, file: a comment block follows
+inline constexpr uint16_t kFlagAdvert = 0x1000;     // main: the advert field is filled
+inline constexpr uint16_t kFlagLocked = 0x4000;     // main
+inline constexpr uint16_t kFlagEncrypted = 0x4000;  // file
+inline constexpr uint16_t kFlagSolid = 0x8000;      // main
+inline constexpr uint16_t kFlagContinued = 0x8000;  // file: continues the solid stream
 
 // Sizes.
 inline constexpr size_t kCommonHeaderSize = 7;   // HEAD_CRC .. HEAD_FLAGS
@@ -69,20 +69,20 @@ inline constexpr uint8_t kTechLz77 = 1;
 
 // The fixed fields of a file header (offsets 0 to 34).
 struct FileHeaderFixed {
-  uint16_t HeadCrc = 0;     //  0
-  uint16_t HeadSize = 0;    //  2
+  uint16_t HeadCrc = 0;              //  0
+  uint16_t HeadSize = 0;             //  2
   uint8_t HeadType = kHeadTypeFile;  //  4
-  uint16_t HeadFlags = 0;   //  5
-  uint32_t PackSize = 0;    //  7
-  uint32_t OrigSize = 0;    // 11
-  uint32_t FileTime = 0;    // 15: DOS time low, date high, local time
-  uint32_t Attributes = 0;  // 19
-  uint32_t Crc32 = 0;       // 23
-  uint8_t TechType = 0;     // 27
-  uint8_t TechQual = 0;     // 28
-  uint16_t TechParm = 0;    // 29: low 4 bits are the dictionary code
-  uint16_t Reserved = 0;    // 31
-  uint16_t NameSize = 0;    // 33
+  uint16_t HeadFlags = 0;            //  5
+  uint32_t PackSize = 0;             //  7
+  uint32_t OrigSize = 0;             // 11
+  uint32_t FileTime = 0;             // 15: DOS time low, date high, local time
+  uint32_t Attributes = 0;           // 19
+  uint32_t Crc32 = 0;                // 23
+  uint8_t TechType = 0;              // 27
+  uint8_t TechQual = 0;              // 28
+  uint16_t TechParm = 0;             // 29: low 4 bits are the dictionary code
+  uint16_t Reserved = 0;             // 31
+  uint16_t NameSize = 0;             // 33
 };
 
 void EncodeFileHeaderFixed(const FileHeaderFixed& header, uint8_t out[kFileFixedSize]);

@@ -23,8 +23,8 @@ void BuildMainHeader(uint16_t flags, const char* advert, uint8_t out[kMainHeader
   std::memcpy(out + kMainReservedOffset, kWrittenMainReserved, sizeof kWrittenMainReserved);
   out[kAdvertSizeOffset] = static_cast<uint8_t>(kAdvertSize);
   std::memcpy(out + kMainFixedSize, advert, kAdvertSize);
-  const uint32_t crc = Crc32Update(kCrcInit, out + kHeadSizeFieldEnd,
-                                   kMainHeaderWrittenSize - kHeadSizeFieldEnd);
+  const uint32_t crc =
+      Crc32Update(kCrcInit, out + kHeadSizeFieldEnd, kMainHeaderWrittenSize - kHeadSizeFieldEnd);
   StoreU16(out, static_cast<uint16_t>(crc));
 }
 

@@ -24,7 +24,8 @@ void MakeStoredName(const char* sourceName, const char* relativePath, int32_t ke
   }
   if (!unc) {
     // A drive without a "\" after it ("C:X.TXT") loses only the drive.
-    if (name.size() >= 2 && name[1] == ':') name.erase(0, name.size() > 2 && name[2] == '\\' ? 3 : 2);
+    if (name.size() >= 2 && name[1] == ':')
+      name.erase(0, name.size() > 2 && name[2] == '\\' ? 3 : 2);
     // Only a "..\" step is removed, so names like "..config" stay whole.
     if (name.size() >= 2 && name[0] == '.' && name[1] == '.' &&
         (name.size() == 2 || name[2] == '\\')) {

@@ -1,8 +1,8 @@
 #include "fs/ext_order.h"
 
 #include <algorithm>
-#include <iterator>
 #include <cstring>
+#include <iterator>
 #include <new>
 
 #include "fs/path_ops.h"
@@ -18,10 +18,10 @@ struct Place {
 
 // Text and source files, with .BMP and .ICO; .HTM and .HTML share a place.
 constexpr Place kTextGroup[] = {
-    {".TXT", 1},  {".ME", 2},   {".1ST", 3},   {".DIZ", 4},  {".BAT", 5},  {".CMD", 6},
-    {".LOG", 7},  {".INI", 8},  {".C", 9},     {".CPP", 10}, {".CXX", 11}, {".H", 12},
-    {".HPP", 13}, {".HXX", 14}, {".PAS", 15},  {".DPR", 16}, {".BAS", 17}, {".ASM", 18},
-    {".RC", 19},  {".BAK", 20}, {".HTM", 21},  {".HTML", 21}, {".WRI", 22}, {".RTF", 23},
+    {".TXT", 1},  {".ME", 2},   {".1ST", 3},  {".DIZ", 4},   {".BAT", 5},  {".CMD", 6},
+    {".LOG", 7},  {".INI", 8},  {".C", 9},    {".CPP", 10},  {".CXX", 11}, {".H", 12},
+    {".HPP", 13}, {".HXX", 14}, {".PAS", 15}, {".DPR", 16},  {".BAS", 17}, {".ASM", 18},
+    {".RC", 19},  {".BAK", 20}, {".HTM", 21}, {".HTML", 21}, {".WRI", 22}, {".RTF", 23},
     {".DOC", 24}, {".BMP", 25}, {".ICO", 26},
 };
 
@@ -38,10 +38,10 @@ struct Fixed {
 
 // Archives and images that are already compressed.
 constexpr Fixed kPackedGroup[] = {
-    {".PDF", ".ZZZ2"},   {".ZZL", ".ZZZ3"},   {".ARC", ".ZZZ4"},    {".ZOO", ".ZZZ5"},
-    {".GIF", ".ZZZ6"},   {".TIF", ".ZZZ7"},   {".LZH", ".ZZZZ1"},   {".ARJ", ".ZZZZ2"},
-    {".CAB", ".ZZZZ3"},  {".GZ", ".ZZZZ4"},   {".TGZ", ".ZZZZ5"},   {".UC2", ".ZZZZ6"},
-    {".ZIP", ".ZZZZ7"},  {".RAR", ".ZZZZ8"},  {".ACE", ".ZZZZ9"},   {".LHX", ".ZZZZZ1"},
+    {".PDF", ".ZZZ2"},   {".ZZL", ".ZZZ3"},    {".ARC", ".ZZZ4"},  {".ZOO", ".ZZZ5"},
+    {".GIF", ".ZZZ6"},   {".TIF", ".ZZZ7"},    {".LZH", ".ZZZZ1"}, {".ARJ", ".ZZZZ2"},
+    {".CAB", ".ZZZZ3"},  {".GZ", ".ZZZZ4"},    {".TGZ", ".ZZZZ5"}, {".UC2", ".ZZZZ6"},
+    {".ZIP", ".ZZZZ7"},  {".RAR", ".ZZZZ8"},   {".ACE", ".ZZZZ9"}, {".LHX", ".ZZZZZ1"},
     {".JPG", ".ZZZZZ2"}, {".JPEG", ".ZZZZZ3"},
 };
 

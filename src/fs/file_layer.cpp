@@ -81,9 +81,8 @@ int FileDelete(const char* path) { return DeleteFileA(path) ? 1 : 0; }
 int IsExistingFile(const char* path) {
   if (path == nullptr) return 0;
   const DWORD attributes = GetFileAttributesA(path);
-  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0
-             ? 1
-             : 0;
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0 ? 1
+                                                                                               : 0;
 }
 
 DWORD SetFileAttr(const char* path, DWORD attributes) {

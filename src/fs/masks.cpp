@@ -140,9 +140,8 @@ int MatchesMask(const char* upperName, const FileMaskNode* node) {
                ? 1
                : 0;
   }
-  return p.dirEnd == maskDirLength && std::memcmp(upperName, maskDirectory, maskDirLength) == 0
-             ? 1
-             : 0;
+  return p.dirEnd == maskDirLength && std::memcmp(upperName, maskDirectory, maskDirLength) == 0 ? 1
+                                                                                                : 0;
 }
 
 bool MaskNodePath(const FileMaskNode* node, char* target, size_t size) {

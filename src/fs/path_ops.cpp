@@ -84,8 +84,8 @@ void CutString(char* text, size_t position, int count) {
   if (count < 1) return;
   const size_t n = std::strlen(text);
   if (position >= n) return;
-  const size_t cut = static_cast<size_t>(count) < n - position ? static_cast<size_t>(count)
-                                                               : n - position;
+  const size_t cut =
+      static_cast<size_t>(count) < n - position ? static_cast<size_t>(count) : n - position;
   std::memmove(text + position, text + position + cut, n - position - cut + 1);
 }
 

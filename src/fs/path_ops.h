@@ -6,7 +6,7 @@
 
 namespace ace {
 
-inline constexpr size_t kPathBuffer = 260;  // MAX_PATH, NUL included
+inline constexpr size_t kPathBuffer = 260;       // MAX_PATH, NUL included
 inline constexpr size_t kUpperCopyLimit = 2047;  // characters UpperCopy works on
 
 // Source and target may be the same buffer. An empty text stays empty.

@@ -53,7 +53,7 @@ bool EmptyDirectory(char* directory, size_t size, const char* pattern) {
         // A link (dangling ones too) is deleted itself; RemoveFile would look
         // through it at its target.
         removed = (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 ? DeleteFileA(directory) != 0
-                                                                    : RemoveFile(directory) != 0;
+                                                                   : RemoveFile(directory) != 0;
       }
       directory[length] = '\0';
       ok = removed && ok;
@@ -98,7 +98,8 @@ int RemoveTree(const char* directory, const char* pattern) {
     return RemoveDirectoryA(buffer) ? 1 : 0;
   }
   const size_t n = std::strlen(buffer);
-  if (n > 0 && buffer[n - 1] != '\\' && buffer[n - 1] != '/') AppendWhole(buffer, sizeof buffer, "\\");
+  if (n > 0 && buffer[n - 1] != '\\' && buffer[n - 1] != '/')
+    AppendWhole(buffer, sizeof buffer, "\\");
   if (!EmptyDirectory(buffer, sizeof buffer, pattern)) return 0;
   StripTrailingBackslash(buffer, buffer);
   if (std::strlen(buffer) > 3 && !RemoveDirectoryA(buffer)) return 0;

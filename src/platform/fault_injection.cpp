@@ -35,7 +35,9 @@ void Reset() {
   }
 }
 
-int64_t Calls(Kind kind) { return Valid(kind) ? Table().calls[static_cast<size_t>(kind)].load() : 0; }
+int64_t Calls(Kind kind) {
+  return Valid(kind) ? Table().calls[static_cast<size_t>(kind)].load() : 0;
+}
 
 bool ShouldFail(Kind kind) {
   if (!Valid(kind)) return false;

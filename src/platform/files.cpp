@@ -25,12 +25,18 @@ bool HasNoWriteBit(const struct stat& st) {
 
 int CreationFlags(DWORD creation) {
   switch (creation) {
-    case CREATE_NEW: return O_CREAT | O_EXCL;
-    case CREATE_ALWAYS: return O_CREAT | O_TRUNC;
-    case OPEN_EXISTING: return 0;
-    case OPEN_ALWAYS: return O_CREAT;
-    case TRUNCATE_EXISTING: return O_TRUNC;
-    default: return -1;
+    case CREATE_NEW:
+      return O_CREAT | O_EXCL;
+    case CREATE_ALWAYS:
+      return O_CREAT | O_TRUNC;
+    case OPEN_EXISTING:
+      return 0;
+    case OPEN_ALWAYS:
+      return O_CREAT;
+    case TRUNCATE_EXISTING:
+      return O_TRUNC;
+    default:
+      return -1;
   }
 }
 
@@ -52,8 +58,7 @@ HANDLE CreateFileA(const char* path, DWORD access, DWORD /*share*/, void* /*secu
   const bool wantRead = (access & GENERIC_READ) != 0;
   const bool wantWrite = (access & GENERIC_WRITE) != 0;
   if (path == nullptr || *path == '\0' || creationFlags < 0 || (!wantRead && !wantWrite)) {
-    SetLastError(path == nullptr || *path == '\0' ? ERROR_PATH_NOT_FOUND
-                                                  : ERROR_INVALID_PARAMETER);
+    SetLastError(path == nullptr || *path == '\0' ? ERROR_PATH_NOT_FOUND : ERROR_INVALID_PARAMETER);
     return INVALID_HANDLE_VALUE;
   }
   const std::string native = ToNativePath(path);
@@ -85,8 +90,8 @@ HANDLE CreateFileA(const char* path, DWORD access, DWORD /*share*/, void* /*secu
   }
   const int fileFlags = fcntl(fd, F_GETFL);
   if (fileFlags >= 0) fcntl(fd, F_SETFL, fileFlags & ~O_NONBLOCK);
-  const bool existed = (creationFlags & O_CREAT) != 0 && (creationFlags & O_EXCL) == 0 &&
-                       before.st_mode != 0;
+  const bool existed =
+      (creationFlags & O_CREAT) != 0 && (creationFlags & O_EXCL) == 0 && before.st_mode != 0;
   SetLastError(existed ? ERROR_ALREADY_EXISTS : NO_ERROR);
   return HandleFromFd(fd);
 }
@@ -158,7 +163,9 @@ BOOL WriteFile(HANDLE file, const void* buffer, DWORD toWrite, DWORD* written,
 #ifdef EDQUOT
               || err == EDQUOT
 #endif
-              ) ? TRUE : FALSE;
+              )
+                 ? TRUE
+                 : FALSE;
     }
     done += static_cast<size_t>(put);
   }
@@ -176,15 +183,24 @@ DWORD SetFilePointer(HANDLE file, LONG distance, LONG* distanceHigh, DWORD metho
   if (fd < 0) return INVALID_SET_FILE_POINTER;
   int whence = 0;
   switch (method) {
-    case FILE_BEGIN: whence = SEEK_SET; break;
-    case FILE_CURRENT: whence = SEEK_CUR; break;
-    case FILE_END: whence = SEEK_END; break;
-    default: SetLastError(ERROR_INVALID_PARAMETER); return INVALID_SET_FILE_POINTER;
+    case FILE_BEGIN:
+      whence = SEEK_SET;
+      break;
+    case FILE_CURRENT:
+      whence = SEEK_CUR;
+      break;
+    case FILE_END:
+      whence = SEEK_END;
+      break;
+    default:
+      SetLastError(ERROR_INVALID_PARAMETER);
+      return INVALID_SET_FILE_POINTER;
   }
   int64_t offset = distance;
   if (distanceHigh != nullptr) {
-    offset = static_cast<int64_t>((static_cast<uint64_t>(static_cast<uint32_t>(*distanceHigh))
-                                   << 32) | static_cast<uint32_t>(distance));
+    offset =
+        static_cast<int64_t>((static_cast<uint64_t>(static_cast<uint32_t>(*distanceHigh)) << 32) |
+                             static_cast<uint32_t>(distance));
   }
   // Work out the target first so that a negative or (without a high part)
   // over-large position fails and leaves the file position alone.

@@ -95,7 +95,7 @@ BOOL FreeLibrary(HMODULE module) {
 }
 
 HMODULE ModuleOfAddress(const void* address) {
-  Dl_info info {};
+  Dl_info info{};
   link_map* map = nullptr;
   if (dladdr1(address, &info, reinterpret_cast<void**>(&map), RTLD_DL_LINKMAP) == 0 ||
       map == nullptr) {

@@ -121,8 +121,8 @@ void GetSystemTime(SYSTEMTIME* time) {
   if (time == nullptr) return;
   struct timespec now {};
   clock_gettime(CLOCK_REALTIME, &now);
-  const int64_t ticks = (static_cast<int64_t>(now.tv_sec) + kEpochSeconds) * kTicksPerSecond +
-                        now.tv_nsec / 100;
+  const int64_t ticks =
+      (static_cast<int64_t>(now.tv_sec) + kEpochSeconds) * kTicksPerSecond + now.tv_nsec / 100;
   const FILETIME ft = FromTicks(static_cast<uint64_t>(ticks));
   FileTimeToSystemTime(&ft, time);
 }
@@ -138,7 +138,7 @@ BOOL SystemTimeToFileTime(const SYSTEMTIME* system, FILETIME* file) {
 }
 
 BOOL FileTimeToSystemTime(const FILETIME* file, SYSTEMTIME* system) {
-  Broken b {};
+  Broken b{};
   if (file == nullptr || system == nullptr || !Split(*file, &b)) {
     SetLastError(ERROR_INVALID_PARAMETER);
     return FALSE;
@@ -191,7 +191,7 @@ BOOL LocalFileTimeToFileTime(const FILETIME* local, FILETIME* utc) {
 }
 
 BOOL FileTimeToDosDateTime(const FILETIME* file, WORD* date, WORD* time) {
-  Broken b {};
+  Broken b{};
   if (file == nullptr || date == nullptr || time == nullptr || !Split(*file, &b) ||
       b.date.year < 1980 || b.date.year > 2107) {
     SetLastError(ERROR_INVALID_PARAMETER);

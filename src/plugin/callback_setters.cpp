@@ -18,8 +18,7 @@ ACEPLUG_API void ACEPLUG_CALL SetGetNextDiskProc(AceContext context, AceNextDisk
   State().nextDisk = {context, proc};
 }
 
-ACEPLUG_API void ACEPLUG_CALL SetSetSfxProgressProc(AceContext context,
-                                                    AceSfxProgressProc proc) {
+ACEPLUG_API void ACEPLUG_CALL SetSetSfxProgressProc(AceContext context, AceSfxProgressProc proc) {
   State().sfxProgress = {context, proc};
 }
 

@@ -2,6 +2,7 @@
 // through a new copy of the archive beside the old one.
 #include <cstring>
 
+#include "compress/compressor.h"
 #include "format/archive_walk.h"
 #include "format/header_format.h"
 #include "format/header_writer.h"
@@ -11,7 +12,6 @@
 #include "fs/masks.h"
 #include "fs/path_ops.h"
 #include "fs/temp_names.h"
-#include "compress/compressor.h"
 #include "plugin/state.h"
 #include "update/directory_name.h"
 #include "update/raw_copy.h"

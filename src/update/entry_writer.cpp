@@ -126,7 +126,8 @@ int WriteCompressedEntry(const char* diskPath, const char* archiveName, uint32_t
   const uint16_t runFlags = solid ? flagBits : 0;
 
   if (size == 0) {
-    FileHeaderFixed h = BaseHeader(static_cast<uint16_t>(kFlagAddSize | runFlags), stamp, attributes);
+    FileHeaderFixed h =
+        BaseHeader(static_cast<uint16_t>(kFlagAddSize | runFlags), stamp, attributes);
     h.TechType = kTechStored;
     if (!WriteHeaderChecked(archiveName, h)) return CloseSource(0);
     return CloseSource(Unchanged(solid, fresh));
@@ -202,8 +203,8 @@ int AskSkip(const char* diskPath, bool solid, bool fresh, bool otherAnswersSkip)
   return Unchanged(solid, fresh);
 }
 
-int WriteDirectoryEntryFromDisk(const char* diskPath, const char* archiveName,
-                                uint32_t attributes, bool solid, bool fresh) {
+int WriteDirectoryEntryFromDisk(const char* diskPath, const char* archiveName, uint32_t attributes,
+                                bool solid, bool fresh) {
   char lookup[kPathBuffer];
   StripTrailingBackslash(diskPath, lookup);
   WIN32_FIND_DATAA found;

@@ -15,7 +15,8 @@ bool FormListedNames(const FileMaskNode* node, char* diskPath, char* archiveName
     fits = AppendText(archiveName, size, node->Extension) && fits;
   }
   diskPath[0] = '\0';
-  if (s.InputPath[0] != '\0' && s.Comp.KeepPaths == 1) fits = CopyText(diskPath, size, s.InputPath) && fits;
+  if (s.InputPath[0] != '\0' && s.Comp.KeepPaths == 1)
+    fits = CopyText(diskPath, size, s.InputPath) && fits;
   fits = AppendText(diskPath, size, archiveName) && fits;
   return fits;
 }

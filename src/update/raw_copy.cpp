@@ -10,7 +10,8 @@ namespace {
 
 bool CopyPieces(int64_t position, int64_t length, int32_t piece) {
   PluginState& s = State();
-  if (position < 0 || position > INT32_MAX || FileSeek(s.ArchiveHandle, static_cast<int32_t>(position), 0) < 0) {
+  if (position < 0 || position > INT32_MAX ||
+      FileSeek(s.ArchiveHandle, static_cast<int32_t>(position), 0) < 0) {
     SetStatus(AR_IO_ERROR);
     return false;
   }

@@ -79,7 +79,8 @@ void UpdateArchive(FileMaskList* files) {
   char diskPath[kPathBuffer * 2];
   for (const ArcFileEntry* e = entries.First; e != nullptr && s.Status == 0; e = e->Next) {
     const int64_t pos = e->HeaderPos.Low | (int64_t{e->HeaderPos.High} << 32);
-    const int64_t length = int64_t{e->HeaderSize} + (e->PackedSize.Low | (int64_t{e->PackedSize.High} << 32)) + 4;
+    const int64_t length =
+        int64_t{e->HeaderSize} + (e->PackedSize.Low | (int64_t{e->PackedSize.High} << 32)) + 4;
     if (e->HeaderType != 1 || !FindListedFile(e->Name, files, candidate, diskPath)) {
       CopyRawRange(pos, length);
       continue;

@@ -67,7 +67,8 @@ TEST_F(CliWithArchive, WithoutATerminalEachFileGetsALineAndQuietGetsNone) {
 
   for (const std::vector<std::string>& args :
        {std::vector<std::string>{"x", "-q", "s.ace", "-o", "quiet"},
-        std::vector<std::string>{"t", "-q", "s.ace"}, std::vector<std::string>{"-q", "t", "s.ace"}}) {
+        std::vector<std::string>{"t", "-q", "s.ace"},
+        std::vector<std::string>{"-q", "t", "s.ace"}}) {
     RunResult quiet = RunHere(args);
     EXPECT_EQ(quiet.exitCode, 0) << quiet.err;
     EXPECT_EQ(quiet.out + quiet.err, "");
@@ -193,7 +194,9 @@ TEST_F(CliWithArchive, EntriesThatWouldLeaveTheOutputFolderAreRefused) {
   uint64_t header = (*alice)["header_offset"].u64();
   acetest::Bytes bytes = acetest::ReadFileBytes(Path("s.ace"));
   size_t name = static_cast<size_t>(header) + 35;
-  ASSERT_EQ(std::string(bytes.begin() + static_cast<long>(name), bytes.begin() + static_cast<long>(name) + 4), "docs");
+  ASSERT_EQ(std::string(bytes.begin() + static_cast<long>(name),
+                        bytes.begin() + static_cast<long>(name) + 4),
+            "docs");
   bytes[name] = '.';
   bytes[name + 1] = '.';
   bytes[name + 2] = '\\';

@@ -58,8 +58,8 @@ std::vector<std::string> MakeSampleTree(const fs::path& root) {
   fs::create_directories(tree / "emptydir");
   Write(tree / kAccentedName, "accents survive the trip\n");
   Write(tree / "readonly.txt", "do not change me\n");
-  fs::permissions(tree / "readonly.txt", fs::perms::owner_read | fs::perms::group_read |
-                                             fs::perms::others_read);
+  fs::permissions(tree / "readonly.txt",
+                  fs::perms::owner_read | fs::perms::group_read | fs::perms::others_read);
   return {"tree/",
           "tree/README.txt",
           "tree/data/",

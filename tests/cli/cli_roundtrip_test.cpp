@@ -72,7 +72,8 @@ TEST_P(CliRoundTrip, TreeComesBackUnchanged) {
   RunResult extracted = RunAcearc({"x", archive.string(), "-o", (dir.path() / "out").string()});
   ASSERT_EQ(extracted.exitCode, 0) << extracted.err;
   std::map<std::string, std::string> original{{"tree/", ""}};
-  for (const auto& [name, content] : ReadTree(dir.path() / "tree")) original["tree/" + name] = content;
+  for (const auto& [name, content] : ReadTree(dir.path() / "tree"))
+    original["tree/" + name] = content;
   EXPECT_EQ(ReadTree(dir.path() / "out"), original);
   struct stat info {};
   ASSERT_EQ(stat((dir.path() / "out/tree/readonly.txt").c_str(), &info), 0);
@@ -85,8 +86,7 @@ TEST_P(CliRoundTrip, TreeComesBackUnchanged) {
 
 INSTANTIATE_TEST_SUITE_P(
     Settings, CliRoundTrip,
-    testing::Values(Setting{"Default", {}, false, 1024},
-                    Setting{"Solid", {"-s"}, true, 1024},
+    testing::Values(Setting{"Default", {}, false, 1024}, Setting{"Solid", {"-s"}, true, 1024},
                     Setting{"Exhaustive64K", {"-m", "0", "-d", "64"}, false, 64},
                     Setting{"Level2Solid128K", {"-m", "2", "-d", "128", "-s"}, true, 128},
                     Setting{"Level3At512K", {"-m", "3", "-d", "512"}, false, 512},
@@ -96,21 +96,21 @@ INSTANTIATE_TEST_SUITE_P(
 
 // Creates the sample archive with `options`; skips the test while creation
 // has not landed.
-#define CREATE_OR_SKIP(dir, ...)                                   \
-  do {                                                                      \
-    MakeSampleTree((dir).path());                                           \
-    std::vector<std::string> args{"a", __VA_ARGS__};                        \
-    RunResult made = RunAcearc(args, (dir).path());                               \
-    SKIP_IF_NOT_LANDED(made, "creating archives");                          \
-    ASSERT_EQ(made.exitCode, 0) << made.err;                                \
+#define CREATE_OR_SKIP(dir, ...)                     \
+  do {                                               \
+    MakeSampleTree((dir).path());                    \
+    std::vector<std::string> args{"a", __VA_ARGS__}; \
+    RunResult made = RunAcearc(args, (dir).path());  \
+    SKIP_IF_NOT_LANDED(made, "creating archives");   \
+    ASSERT_EQ(made.exitCode, 0) << made.err;         \
   } while (0)
 
 TEST(CliAdd, ExcludePathsStoresBareNamesAndNoFolders) {
   acetest::TempDir dir;
   CREATE_OR_SKIP(dir, "-ep", "flat.ace", "tree");
   std::vector<std::string> names = EntryNames(ListJson(dir.path() / "flat.ace"));
-  std::vector<std::string> expected{"README.txt", "empty.txt", kAccentedName, "main.c",
-                                    "noise.bin",  "readonly.txt", "util.c", "util.h"};
+  std::vector<std::string> expected{"README.txt", "empty.txt",    kAccentedName, "main.c",
+                                    "noise.bin",  "readonly.txt", "util.c",      "util.h"};
   std::sort(expected.begin(), expected.end());
   EXPECT_EQ(names, expected);
 }
@@ -186,7 +186,8 @@ TEST(CliAdd, ANameTheCodePageCannotHoldIsAddedWithAWarning) {
   acetest::TempDir dir;
   acetest::WriteFileText(dir.path() / "\xE6\x97\xA5\xE6\x9C\xAC.txt", "kanji");  // not in CP437
   acetest::WriteFileText(dir.path() / "plain.txt", "plain");
-  RunResult made = RunAcearc({"a", "k.ace", "\xE6\x97\xA5\xE6\x9C\xAC.txt", "plain.txt"}, dir.path());
+  RunResult made =
+      RunAcearc({"a", "k.ace", "\xE6\x97\xA5\xE6\x9C\xAC.txt", "plain.txt"}, dir.path());
   SKIP_IF_NOT_LANDED(made, "creating archives");
   EXPECT_EQ(made.exitCode, 1) << made.err;
   EXPECT_NE(made.err.find("is stored under another name"), std::string::npos) << made.err;

@@ -1,10 +1,11 @@
 #include "cli/cli_runner.h"
 
 #include <fcntl.h>
+#include <grp.h>
+#include <gtest/gtest.h>
 #include <poll.h>
 #include <pty.h>
 #include <signal.h>
-#include <grp.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,8 +14,6 @@
 #include <fstream>
 #include <sstream>
 #include <thread>
-
-#include <gtest/gtest.h>
 
 #include "support/test_support.h"
 
@@ -85,7 +84,8 @@ RunResult RunAcearc(const std::vector<std::string>& args, const fs::path& cwd, i
     dup2(err, 2);
     if (asUser >= 0) {
       gid_t group = static_cast<gid_t>(asUser);
-      if (setgroups(0, nullptr) != 0 || setgid(group) != 0 || setuid(static_cast<uid_t>(asUser)) != 0) {
+      if (setgroups(0, nullptr) != 0 || setgid(group) != 0 ||
+          setuid(static_cast<uid_t>(asUser)) != 0) {
         _exit(125);
       }
     }

@@ -41,17 +41,17 @@ TEST(CliUsage, VersionPrintsTheProgramName) {
 
 TEST(CliUsage, BadCommandLinesExitWithFive) {
   const std::vector<std::vector<std::string>> cases = {
-      {},                                    // no command
-      {"z", "a.ace"},                        // unknown command
-      {"a", "a.ace"},                        // nothing to add named
-      {"a", "-m", "5", "a.ace", "f"},        // level out of range
-      {"a", "-d", "2048", "a.ace", "f"},     // dictionary the compressor does not serve
-      {"a", "-d", "100", "a.ace", "f"},      // not a power of two
-      {"l"},                                 // no archive
-      {"l", "--frobnicate", "a.ace"},        // unknown option
-      {"d", "a.ace"},                        // no mask
-      {"mkdir", "a.ace"},                    // no name
-      {"x", "-y", "-n", "a.ace"},            // contradicting answers
+      {},                                 // no command
+      {"z", "a.ace"},                     // unknown command
+      {"a", "a.ace"},                     // nothing to add named
+      {"a", "-m", "5", "a.ace", "f"},     // level out of range
+      {"a", "-d", "2048", "a.ace", "f"},  // dictionary the compressor does not serve
+      {"a", "-d", "100", "a.ace", "f"},   // not a power of two
+      {"l"},                              // no archive
+      {"l", "--frobnicate", "a.ace"},     // unknown option
+      {"d", "a.ace"},                     // no mask
+      {"mkdir", "a.ace"},                 // no name
+      {"x", "-y", "-n", "a.ace"},         // contradicting answers
   };
   for (const auto& args : cases) {
     RunResult result = RunAcearc(args);

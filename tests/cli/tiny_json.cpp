@@ -65,20 +65,36 @@ class Parser {
       if (pos_ >= s_.size()) return false;
       char e = s_[pos_++];
       switch (e) {
-        case '"': case '\\': case '/': out.push_back(e); break;
-        case 'b': out.push_back('\b'); break;
-        case 'f': out.push_back('\f'); break;
-        case 'n': out.push_back('\n'); break;
-        case 'r': out.push_back('\r'); break;
-        case 't': out.push_back('\t'); break;
+        case '"':
+        case '\\':
+        case '/':
+          out.push_back(e);
+          break;
+        case 'b':
+          out.push_back('\b');
+          break;
+        case 'f':
+          out.push_back('\f');
+          break;
+        case 'n':
+          out.push_back('\n');
+          break;
+        case 'r':
+          out.push_back('\r');
+          break;
+        case 't':
+          out.push_back('\t');
+          break;
         case 'u': {
           if (pos_ + 4 > s_.size()) return false;
-          uint32_t code = static_cast<uint32_t>(std::strtoul(s_.substr(pos_, 4).c_str(), nullptr, 16));
+          uint32_t code =
+              static_cast<uint32_t>(std::strtoul(s_.substr(pos_, 4).c_str(), nullptr, 16));
           pos_ += 4;
           PutUtf8(out, code);
           break;
         }
-        default: return false;
+        default:
+          return false;
       }
     }
     return false;

@@ -129,7 +129,8 @@ ReadResult ReadPacked(const Bytes& packed, size_t unpackedSize, const Bytes& his
         if (s < 260) {
           const uint32_t i = static_cast<uint32_t>(s) - 256;
           d = ring[(index - i) & 3];
-          for (uint32_t j = (index - i) & 3; j != index; j = (j + 1) & 3) ring[j] = ring[(j + 1) & 3];
+          for (uint32_t j = (index - i) & 3; j != index; j = (j + 1) & 3)
+            ring[j] = ring[(j + 1) & 3];
           ring[index] = d;
           token.length = token.lengthSymbol + (i <= 1 ? 2 : 3);
         } else {
@@ -249,11 +250,10 @@ std::vector<PackResult> PackSolid(const std::vector<Bytes>& inputs, int32_t dict
 
 Bytes TextBytes(size_t size, uint32_t seed) {
   static const char* const kWords[] = {
-      "the",   "of",     "and",   "a",      "to",     "in",     "is",      "you",
-      "that",  "it",     "he",    "was",    "for",    "on",     "are",     "as",
-      "with",  "his",    "they",  "at",     "be",     "this",   "have",    "from",
-      "or",    "one",    "had",   "by",     "word",   "but",    "not",     "what",
-      "all",   "were",   "we",    "when",   "your",   "can",    "said",    "there",
+      "the",   "of",     "and",   "a",      "to",     "in",     "is",      "you", "that", "it",
+      "he",    "was",    "for",   "on",     "are",    "as",     "with",    "his", "they", "at",
+      "be",    "this",   "have",  "from",   "or",     "one",    "had",     "by",  "word", "but",
+      "not",   "what",   "all",   "were",   "we",     "when",   "your",    "can", "said", "there",
       "queen", "rabbit", "alice", "garden", "looked", "little", "thought", "door"};
   std::mt19937 gen(seed);
   Bytes out;

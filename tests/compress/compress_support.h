@@ -86,8 +86,8 @@ struct ReadResult {
   bool ok = false;
   std::string error;
   std::vector<ReadBlock> blocks;
-  Bytes data;             // the file's bytes (without the history)
-  uint64_t bitsUsed = 0;  // up to the end of the last token
+  Bytes data;                             // the file's bytes (without the history)
+  uint64_t bitsUsed = 0;                  // up to the end of the last token
   std::vector<ReadToken> Tokens() const;  // of all blocks
 };
 

@@ -61,7 +61,8 @@ TEST(CompressorSetup, SuccessiveSetupsUseTheirOwnEngine) {
     MemoryIo io;
     const PackResult got = RunFile(c, io, text);
     EXPECT_EQ(got.status, 0u);
-    EXPECT_EQ(FirstDifference(Pack(text, dict, level).packed, got.packed), "") << dict << " " << level;
+    EXPECT_EQ(FirstDifference(Pack(text, dict, level).packed, got.packed), "")
+        << dict << " " << level;
     const auto r = ReadPacked(got.packed, text.size());
     EXPECT_TRUE(r.ok && r.data == text) << dict << " " << level << " " << r.error;
   }

@@ -53,8 +53,8 @@ TEST(HashChain, InputsRoundTripOnEveryEngine) {
   Bytes mixed = TextBytes(40000, 3);
   const Bytes noise = RandomBytes(3000, 9);
   mixed.insert(mixed.begin() + 20000, noise.begin(), noise.end());
-  for (const Bytes& input : {Bytes{0x7F}, Bytes{'a', 'b', 'c'}, Bytes(258, 0x41),
-                             RandomBytes(20000, 1), mixed}) {
+  for (const Bytes& input :
+       {Bytes{0x7F}, Bytes{'a', 'b', 'c'}, Bytes(258, 0x41), RandomBytes(20000, 1), mixed}) {
     for (int dict : kDictionaries) {
       for (int level = 0; level <= 4; ++level) {
         if (dict == 1024 && level == 4) continue;  // the optimal engine's setting
@@ -122,9 +122,9 @@ TEST(HashChain, SolidContinuationReachesIntoTheEarlierFile) {
 // Clearing only the entries a small file used must leave the same tables as
 // clearing them in full.
 TEST(HashChain, CheapClearingMatchesFullClearing) {
-  const std::vector<Bytes> files = {
-      TextBytes(5000, 1), RandomBytes(3000, 2), TextBytes(6000, 3), TextBytes(300000, 4),
-      Bytes(100, 'q'),    TextBytes(9000, 5),   Bytes(2000, 0),     TextBytes(7000, 6)};
+  const std::vector<Bytes> files = {TextBytes(5000, 1),   RandomBytes(3000, 2), TextBytes(6000, 3),
+                                    TextBytes(300000, 4), Bytes(100, 'q'),      TextBytes(9000, 5),
+                                    Bytes(2000, 0),       TextBytes(7000, 6)};
   for (int dict : {64, 1024}) {
     ace::Compressor cheap, full;
     ASSERT_TRUE(cheap.Init(dict, 1));
@@ -132,7 +132,9 @@ TEST(HashChain, CheapClearingMatchesFullClearing) {
     static_cast<ace::HashChainState*>(full.Core().engine)->alwaysClearInFull = true;
     for (size_t i = 0; i < files.size(); ++i) {
       MemoryIo a, b;
-      EXPECT_EQ(FirstDifference(RunFile(full, b, files[i]).packed, RunFile(cheap, a, files[i]).packed), "")
+      EXPECT_EQ(
+          FirstDifference(RunFile(full, b, files[i]).packed, RunFile(cheap, a, files[i]).packed),
+          "")
           << "file " << i << " at " << dict << " KB";
     }
   }

@@ -68,11 +68,7 @@ TEST(HuffmanCodes, TooFewSymbolsAreCompleted) {
     int last;
     std::vector<int> widthOne;  // symbols that end with width 1
   } cases[] = {
-      {{}, 1, {0, 1}},
-      {{0}, 1, {0, 1}},
-      {{1}, 2, {1, 2}},
-      {{2}, 2, {0, 2}},
-      {{97}, 97, {0, 97}},
+      {{}, 1, {0, 1}}, {{0}, 1, {0, 1}}, {{1}, 2, {1, 2}}, {{2}, 2, {0, 2}}, {{97}, 97, {0, 97}},
   };
   for (const auto& c : cases) {
     std::vector<uint32_t> f(256, 0);

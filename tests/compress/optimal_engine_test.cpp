@@ -55,10 +55,17 @@ std::vector<Bytes> Decode(const std::vector<PackResult>& packed, const std::vect
 
 TEST(OptimalEngine, PackedDataReadsBack) {
   const Bytes inputs[] = {
-      Bytes{'x'},           Bytes{'a', 'b'},          Bytes{'a', 'b', 'c'},
-      Bytes{'a', 'b', 'a', 'b'}, Letters(100, 1, 2), Letters(70000, 2, 3),
-      RandomBytes(50000, 3), Bytes(300000, 0),        CorpusBytes("kppkn.gtb"),
-      CorpusBytes("paper-100k.pdf"), CorpusBytes("urls.10K"),
+      Bytes{'x'},
+      Bytes{'a', 'b'},
+      Bytes{'a', 'b', 'c'},
+      Bytes{'a', 'b', 'a', 'b'},
+      Letters(100, 1, 2),
+      Letters(70000, 2, 3),
+      RandomBytes(50000, 3),
+      Bytes(300000, 0),
+      CorpusBytes("kppkn.gtb"),
+      CorpusBytes("paper-100k.pdf"),
+      CorpusBytes("urls.10K"),
   };
   for (const Bytes& input : inputs) {
     SCOPED_TRACE(input.size());
@@ -66,8 +73,8 @@ TEST(OptimalEngine, PackedDataReadsBack) {
     ASSERT_EQ(got.status, 0u);
     ExpectReadsBack(got.packed, input);
   }
-  for (const char* name : {"alice29.txt", "fireworks.jpeg", "geo.protodata", "html_x_4",
-                           "plrabn12.txt", "urls.10K"}) {
+  for (const char* name :
+       {"alice29.txt", "fireworks.jpeg", "geo.protodata", "html_x_4", "plrabn12.txt", "urls.10K"}) {
     SCOPED_TRACE(name);
     const std::vector<Bytes> input = {CorpusBytes(name)};
     const std::vector<PackResult> packed = {Pack(input[0], 1024, 4)};
@@ -160,10 +167,10 @@ TEST(OptimalEngine, PricesFollowPeriodicAndBlockRebuilds) {
   auto expected = std::make_unique<ace::OptimalPrices>(prices);
   ace::RebuildPrices(*expected);
   c->Finish();
-  EXPECT_TRUE(std::equal(std::begin(prices.main), std::end(prices.main),
-                         std::begin(expected->main)));
-  EXPECT_TRUE(std::equal(std::begin(prices.length), std::end(prices.length),
-                         std::begin(expected->length)));
+  EXPECT_TRUE(
+      std::equal(std::begin(prices.main), std::end(prices.main), std::begin(expected->main)));
+  EXPECT_TRUE(
+      std::equal(std::begin(prices.length), std::end(prices.length), std::begin(expected->length)));
   EXPECT_EQ(sum(prices.mainCount), 0u);
 }
 

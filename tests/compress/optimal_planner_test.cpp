@@ -11,10 +11,10 @@
 
 namespace {
 
+using ace::PlanStep;
 using acetest::Bytes;
 using acetest::ChunkInput;
 using acetest::Letters;
-using ace::PlanStep;
 
 // Plans a whole input with fixed prices and a ring that never changes, the
 // way the engine drives the planner.

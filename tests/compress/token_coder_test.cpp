@@ -3,9 +3,9 @@
 
 #include <vector>
 
+#include "compress/compress_support.h"
 #include "compress/compressor_core.h"
 #include "compress/huffman.h"
-#include "compress/compress_support.h"
 
 namespace {
 
@@ -77,8 +77,8 @@ TEST(TokenCoder, WidthDeltasWrapModuloTwelve) {
   const auto& block = r.blocks[0];
   std::vector<uint8_t> widths(ace::kMainSymbols);
   std::vector<uint16_t> codes(ace::kMainSymbols);
-  const int last = ace::BuildHuffmanCode(frequency.data(), ace::kMainSymbols, 11, widths.data(),
-                                         codes.data());
+  const int last =
+      ace::BuildHuffmanCode(frequency.data(), ace::kMainSymbols, 11, widths.data(), codes.data());
   widths.resize(static_cast<size_t>(last) + 1);
   EXPECT_EQ(block.mainWidths, widths);
   ASSERT_EQ(widths[0], 11);

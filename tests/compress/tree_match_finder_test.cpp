@@ -7,14 +7,14 @@
 #include <memory>
 #include <vector>
 
-#include "format/crc32.h"
 #include "compress/compress_support.h"
+#include "format/crc32.h"
 
 namespace {
 
+using ace::TreeMatchFinder;
 using acetest::Bytes;
 using acetest::ChunkInput;
-using ace::TreeMatchFinder;
 
 struct Finding {
   uint32_t length;

@@ -119,19 +119,17 @@ TEST_P(ErrorTable, MapsCodeAndAnswers) {
 INSTANTIATE_TEST_SUITE_P(
     Codes, ErrorTable,
     ::testing::Values(ErrorCase{0, 512, 8, 2}, ErrorCase{0, 518, 101, 2}, ErrorCase{0, 600, 0, 2},
-                      ErrorCase{1, 546, 9009, 0}, ErrorCase{1, 550, 5, 2},
-                      ErrorCase{1, 552, 5, 2}, ErrorCase{1, 556, 9964, 2},
-                      ErrorCase{1, 558, 0, 0}, ErrorCase{1, 561, 9960, 2},
-                      ErrorCase{1, 999, 0, 2}, ErrorCase{2, 576, 5, 2}, ErrorCase{2, 580, 5, 2},
-                      ErrorCase{2, 582, 5, 2}, ErrorCase{2, 588, 5, 2},
+                      ErrorCase{1, 546, 9009, 0}, ErrorCase{1, 550, 5, 2}, ErrorCase{1, 552, 5, 2},
+                      ErrorCase{1, 556, 9964, 2}, ErrorCase{1, 558, 0, 0},
+                      ErrorCase{1, 561, 9960, 2}, ErrorCase{1, 999, 0, 2}, ErrorCase{2, 576, 5, 2},
+                      ErrorCase{2, 580, 5, 2}, ErrorCase{2, 582, 5, 2}, ErrorCase{2, 588, 5, 2},
                       ErrorCase{2, 586, 9960, 2}, ErrorCase{2, 587, 101, 2},
                       ErrorCase{2, 590, 0, 2}, ErrorCase{3, 1, 0, 0}, ErrorCase{4, 576, 0, 0},
-                      ErrorCase{5, 9, 0, 0}, ErrorCase{6, 512, 0, 2},
-                      ErrorCase{7, 512, 0, 2}));
+                      ErrorCase{5, 9, 0, 0}, ErrorCase{6, 512, 0, 2}, ErrorCase{7, 512, 0, 2}));
 
 TEST_F(DriverPieces, UnknownRequestsAreCancelledWithoutStatus) {
-  for (auto [type, code] : {std::pair<uint32_t, uint32_t>{0, 801}, {3, 832}, {1, 832}, {2, 801},
-                            {2, 999}}) {
+  for (auto [type, code] :
+       {std::pair<uint32_t, uint32_t>{0, 801}, {3, 832}, {1, 832}, {2, 801}, {2, 999}}) {
     AceCallbackRecord r = Record(type, code);
     EXPECT_EQ(ace::UnAceRequestCallback(&r), 2) << type << " " << code;
   }

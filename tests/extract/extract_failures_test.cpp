@@ -55,7 +55,8 @@ TEST_F(Failures, StatusesAndWhatIsLeft) {
   secret.flags |= 0x4000;
   AceEntry odd = Stored("odd.bin", "packed some other way");
   odd.method = 2;
-  const auto abc = std::vector{Stored("a.txt", "one"), Stored("b.txt", "two"), Stored("c.txt", "three")};
+  const auto abc =
+      std::vector{Stored("a.txt", "one"), Stored("b.txt", "two"), Stored("c.txt", "three")};
   const struct {
     const char* what;
     std::vector<AceEntry> entries;
@@ -71,38 +72,49 @@ TEST_F(Failures, StatusesAndWhatIsLeft) {
          EXPECT_EQ(GetArchiveStatus(), AR_ARCHIVE_ERROR);
          Extract();
        },
-       AR_ARCHIVE_ERROR, {"bad.txt"},
+       AR_ARCHIVE_ERROR,
+       {"bad.txt"},
        [&] {
          EXPECT_TRUE(fs::exists(OutFile("a.txt")));
          EXPECT_EQ(ReadFileBytes(OutFile("c.txt")), TextBytes("last"));
        }},
-      {"without a replace procedure the file is overwritten", {Stored("a.txt", "new contents")},
+      {"without a replace procedure the file is overwritten",
+       {Stored("a.txt", "new contents")},
        [&] {
          SetOkToReplaceProc(0, nullptr);
          WriteFileText(OutFile("a.txt"), "old");
          Extract();
        },
-       AR_OK, {}, [&] { EXPECT_EQ(ReadFileBytes(OutFile("a.txt")), TextBytes("new contents")); }},
-      {"a cancelled progress stops at once", abc,
+       AR_OK,
+       {},
+       [&] { EXPECT_EQ(ReadFileBytes(OutFile("a.txt")), TextBytes("new contents")); }},
+      {"a cancelled progress stops at once",
+       abc,
        [&] {
          host_.progressCancelAt = 0;
          Extract();
        },
-       AR_ABORTED, {"b.txt", "c.txt"}, [&] { EXPECT_EQ(host_.progress.size(), 1u); }},
+       AR_ABORTED,
+       {"b.txt", "c.txt"},
+       [&] { EXPECT_EQ(host_.progress.size(), 1u); }},
       {"an encrypted entry asks for the password, then is unsupported",
        {secret, Stored("plain.txt", "visible")},
        [&] {
          host_.password = std::string(271, 'p');
          Extract();
        },
-       AR_UNSUPPORTED, {"secret.txt"},
+       AR_UNSUPPORTED,
+       {"secret.txt"},
        [&] { EXPECT_EQ(host_.cryptNames, std::vector<std::string>{"secret.txt"}); }},
-      {"a declined password cancels", {secret, Stored("plain.txt", "visible")},
+      {"a declined password cancels",
+       {secret, Stored("plain.txt", "visible")},
        [&] {
          host_.cryptAnswer = 0;
          Extract();
        },
-       AR_ABORTED, {"plain.txt"}, nullptr},
+       AR_ABORTED,
+       {"plain.txt"},
+       nullptr},
       {"an unknown method is unsupported", {odd}, [&] { TestArc(); }, AR_UNSUPPORTED, {}, nullptr},
       {"an entry climbing out of the output is never written",
        {Stored("..\\..\\evil", "payload"), Stored("good.txt", "ok")},
@@ -110,23 +122,34 @@ TEST_F(Failures, StatusesAndWhatIsLeft) {
          SetRestorePaths(1);
          Extract();
        },
-       AR_IO_ERROR, {},
+       AR_IO_ERROR,
+       {},
        [&] {
          EXPECT_TRUE(FilesNamed("evil").empty());
          EXPECT_FALSE(fs::exists(fs::path(out()).parent_path().parent_path() / "evil"));
        }},
-      {"without paths the same entry stays inside", {Stored("..\\..\\evil", "payload")},
-       [&] { Extract(); }, AR_OK, {},
+      {"without paths the same entry stays inside",
+       {Stored("..\\..\\evil", "payload")},
+       [&] { Extract(); },
+       AR_OK,
+       {},
        [&] { EXPECT_EQ(ReadFileBytes(OutFile("evil")), TextBytes("payload")); }},
-      {"a null mask list is refused", {Stored("a.txt", "x")},
-       [&] { ExtractFileMaskListArc(nullptr); }, AR_IO_ERROR, {"a.txt"}, nullptr},
+      {"a null mask list is refused",
+       {Stored("a.txt", "x")},
+       [&] { ExtractFileMaskListArc(nullptr); },
+       AR_IO_ERROR,
+       {"a.txt"},
+       nullptr},
       // The plug-in opened a valid archive; the file is replaced behind its back.
-      {"not an archive for the library", {Stored("a.txt", "x")},
+      {"not an archive for the library",
+       {Stored("a.txt", "x")},
        [&] {
          WriteFileText(dir_ / "test.ace", "no archive here any more");
          TestArc();
        },
-       AR_NOT_ACE, {}, nullptr},
+       AR_NOT_ACE,
+       {},
+       nullptr},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);

@@ -11,9 +11,7 @@ namespace {
 
 class Loader : public ExtractFixture {
  protected:
-  void SetUp() override {
-    Open(WriteArchive(AceArchive({Stored("a.txt", "contents")})));
-  }
+  void SetUp() override { Open(WriteArchive(AceArchive({Stored("a.txt", "contents")}))); }
   void TearDown() override {
     if (other_ != nullptr) FreeLibrary(other_);
     ExtractFixture::TearDown();

@@ -73,7 +73,9 @@ Listed ListArchive(const std::vector<std::string>& masks) {
   out.status = GetArchiveStatus();
   for (const ArcFileEntry* e = list.First; e != nullptr; e = e->Next) {
     EXPECT_LT(std::strlen(e->Name), sizeof e->Name);
-    out.comments.emplace_back(e->Comment == nullptr ? "" : std::string(e->Comment, static_cast<size_t>(e->CommentLength)));
+    out.comments.emplace_back(e->Comment == nullptr
+                                  ? ""
+                                  : std::string(e->Comment, static_cast<size_t>(e->CommentLength)));
     out.entries.push_back(*e);
     out.entries.back().Next = nullptr;
     out.entries.back().Comment = nullptr;

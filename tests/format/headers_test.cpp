@@ -33,7 +33,8 @@ TEST(Crc32, AgreesWithTheBitwiseDefinitionAndTheKnownValue) {
   for (size_t start = 0; start < 9; ++start) {
     for (size_t length : {0, 1, 7, 8, 9, 15, 16, 17, 63, 64, 200}) {
       SCOPED_TRACE(testing::Message() << "start " << start << " length " << length);
-      EXPECT_EQ(ace::Crc32Update(ace::kCrcInit, data.data() + start, length), bitwise(start, length));
+      EXPECT_EQ(ace::Crc32Update(ace::kCrcInit, data.data() + start, length),
+                bitwise(start, length));
     }
   }
 }
@@ -79,7 +80,8 @@ ace::MainHeaderScan Scan(const Bytes& bytes) {
 TEST(ScanMainHeader, FindsTheHeaderBehindPrefixes) {
   for (size_t prefix : {0, 1, 1000, 61000}) {
     SCOPED_TRACE(prefix);
-    Bytes window = Join({Bytes(prefix, 0x90), AceArchive({{.name = "A.TXT", .data = Bytes(10, 'a')}})});
+    Bytes window =
+        Join({Bytes(prefix, 0x90), AceArchive({{.name = "A.TXT", .data = Bytes(10, 'a')}})});
     if (window.size() > ace::kSearchWindow) window.resize(ace::kSearchWindow);
     const auto scan = Scan(window);
     EXPECT_EQ(scan.position, static_cast<int32_t>(prefix));
@@ -117,9 +119,9 @@ TEST(ScanMainHeader, FindsTheHeaderBehindPrefixes) {
 TEST(ScanMainHeader, CandidatesThatFailLeaveTheirTraces) {
   // A locked candidate of type 0 with a bad checksum, then nothing valid:
   // not found, but the lock and its version bytes are remembered.
-  auto scan = Scan(Join({AceMainHeader({.flags = 0x4000, .extractVersion = 20, .host = 0,
-                                        .badChecksum = true}),
-                         Bytes(40, 0x90)}));
+  auto scan = Scan(
+      Join({AceMainHeader({.flags = 0x4000, .extractVersion = 20, .host = 0, .badChecksum = true}),
+            Bytes(40, 0x90)}));
   EXPECT_EQ(scan.position, -1);
   EXPECT_TRUE(scan.sawCandidate);
   EXPECT_TRUE(scan.locked);
@@ -145,12 +147,11 @@ TEST(ScanMainHeader, CandidatesThatFailLeaveTheirTraces) {
 }
 
 TEST(ScanFirstHeader, FindsTheFirstValidFileHeaderThatEndsInTheWindow) {
-  const Bytes skipped =
-      Join({AceRecovery(2, 5, Bytes(5, 0)), AceEntryBytes({.name = "X", .dictCode = 0x19,
-                                                           .badChecksum = true})});
-  const Bytes b = Join({skipped, AceEntryBytes({.name = "DATA\\FILE.BIN", .data = Bytes(30, 1),
-                                                .dictCode = 0x0A}),
-                        Bytes(40, 0)});
+  const Bytes skipped = Join({AceRecovery(2, 5, Bytes(5, 0)),
+                              AceEntryBytes({.name = "X", .dictCode = 0x19, .badChecksum = true})});
+  const Bytes b = Join(
+      {skipped, AceEntryBytes({.name = "DATA\\FILE.BIN", .data = Bytes(30, 1), .dictCode = 0x0A}),
+       Bytes(40, 0)});
   int code = -1;
   EXPECT_EQ(ace::ScanFirstHeader(b.data(), static_cast<int32_t>(b.size()), &code),
             static_cast<int32_t>(skipped.size()));
@@ -275,8 +276,10 @@ TEST_F(FormatTest, StoredNamesFollowThePathRules) {
       {"DIR\\FILE.TXT", 0, "", "FILE.TXT"},
       {"docs/sub/x.txt", 1, "", "docs\\sub\\x.txt"},
       {"docs\\sub", 1, "", "docs\\sub"},
-      {"", 1, "", ""},                                          // the shortest header
-      {"DIR\\\xC3\x84PFEL.TXT", 1, "", "DIR\\\x8E" "PFEL.TXT"},  // OEM code page
+      {"", 1, "", ""},  // the shortest header
+      {"DIR\\\xC3\x84PFEL.TXT", 1, "",
+       "DIR\\\x8E"
+       "PFEL.TXT"},  // OEM code page
   };
   for (const auto& c : cases) {
     SetKeepPaths(c.keepPaths);

@@ -191,7 +191,9 @@ TEST_F(Listing, NamesAsListed) {
   EXPECT_EQ(l.entries[2].NameLength, 4u);
   EXPECT_EQ(l.names()[3], "\xC3\xA4rger.txt");
   EXPECT_EQ(l.entries[3].NameLength, 9u);
-  EXPECT_EQ(l.names()[4], "M\xC3\xBCSLI\\\xC3\x9C" "BER\\");
+  EXPECT_EQ(l.names()[4],
+            "M\xC3\xBCSLI\\\xC3\x9C"
+            "BER\\");
   EXPECT_EQ(l.names()[5], std::string(271, 'n'));
   EXPECT_EQ(l.entries[5].NameLength, 300u);
   const std::string wide = l.names()[6];
@@ -259,8 +261,7 @@ TEST_F(Listing, SizesPointingPastTheEndEndTheWalk) {
     ASSERT_EQ(l.entries.size(), 3u);
     EXPECT_EQ(l.packed(2), packSize);
   }
-  ASSERT_EQ(Open(Join({TwoFiles(), AceRecovery(5, 0xFFFFFFF0), Entry({.name = "HIDDEN"})})),
-            AR_OK);
+  ASSERT_EQ(Open(Join({TwoFiles(), AceRecovery(5, 0xFFFFFFF0), Entry({.name = "HIDDEN"})})), AR_OK);
   EXPECT_EQ(ListArchive().entries.size(), 3u);
 }
 
@@ -314,8 +315,12 @@ TEST_F(Listing, MainCommentIsDecodedForVersion10Only) {
 }
 
 TEST_F(Listing, CommentsAreConvertedUnlessTheHostIsWindows) {
-  const std::string oem = "Gr\x81\xE1" "e";  // "Grüße" in code page 437
-  const std::string utf8 = "Gr\xC3\xBC\xC3\x9F" "e";
+  const std::string oem =
+      "Gr\x81\xE1"
+      "e";  // "Grüße" in code page 437
+  const std::string utf8 =
+      "Gr\xC3\xBC\xC3\x9F"
+      "e";
   using Case = std::pair<int, std::string>;
   for (const auto& [host, want] : {Case{0, utf8}, Case{2, oem}, Case{5, oem}, Case{3, utf8}}) {
     SCOPED_TRACE(host);
@@ -361,8 +366,12 @@ TEST(ArcInfoRules, RatioHostSystemsAndDictionaries) {
     uint64_t packed, unpacked;
     uint32_t ratio;
   } cases[] = {
-      {41943040, 83886080, 50},     {1, 3, 33}, {5, 0, 0}, {20971519, 20971520, 99},
-      {uint64_t{3} << 40, uint64_t{4} << 40, 75}, {100, 50, 200},
+      {41943040, 83886080, 50},
+      {1, 3, 33},
+      {5, 0, 0},
+      {20971519, 20971520, 99},
+      {uint64_t{3} << 40, uint64_t{4} << 40, 75},
+      {100, 50, 200},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(ace::CompressionRatio(c.packed, c.unpacked), c.ratio) << c.packed;
@@ -377,8 +386,7 @@ TEST(ArcInfoRules, RatioHostSystemsAndDictionaries) {
 }
 
 TEST_F(Listing, SummaryOfAnArchive) {
-  const AceEntry big{
-      .name = "BIG", .dictCode = 8, .origSize = 83886080, .packSize = 41943040};
+  const AceEntry big{.name = "BIG", .dictCode = 8, .origSize = 83886080, .packSize = 41943040};
   ASSERT_EQ(Open(AceArchive({big}, {.flags = 0x8000, .extractVersion = 20, .host = 3})), AR_OK);
   EXPECT_EQ(ace::State().IsSolid, 1);
   EXPECT_EQ(ace::State().SolidDictionaryKB, 0);  // the entry is too short for the search

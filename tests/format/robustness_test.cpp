@@ -24,8 +24,8 @@ std::vector<Bytes> Seeds() {
   return {
       Join({AceMainHeader(), AceEntryBytes({.name = "A.TXT", .data = Bytes(40, 'a')}),
             AceEntryBytes({.name = "DIR", .attributes = 0x10}), AceRecovery(2, 6, Bytes(6, 0)),
-            AceEntryBytes({.name = "\x8E\x99.BIN", .packed = Bytes(9, 9), .method = 1,
-                           .origSize = 90})}),
+            AceEntryBytes(
+                {.name = "\x8E\x99.BIN", .packed = Bytes(9, 9), .method = 1, .origSize = 90})}),
       Join({Bytes(300, 0x90), AceMainHeader({.flags = 0x8000, .comment = note}),
             AceEntryBytes({.name = "X", .data = Bytes(5, 'x'), .comment = note}),
             AceRecovery(5, 2, Bytes(2, 0)),

@@ -1,3 +1,5 @@
+#include "fs/dir_scan.h"
+
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -7,7 +9,6 @@
 #include <vector>
 
 #include "aceplug/aceplug.h"
-#include "fs/dir_scan.h"
 #include "fs/file_layer.h"
 #include "fs/masks.h"
 #include "platform/fault_injection.h"
@@ -62,8 +63,8 @@ TEST_F(Scan, FilesFirstThenSubdirectoriesDepthFirst) {
   ASSERT_EQ(CollectFiles(root_.string().c_str(), "*.*", &list), 1);
   const std::string w = Backslashed(root_.string()) + "\\";
   const std::vector<std::string> expected = {
-      w + ".hidden",        w + "a.txt",      w + ".cfg\\e.ini",
-      w + "a.b\\d.txt",     w + "sub\\b.txt", w + "sub\\deeper\\c",
+      w + ".hidden",    w + "a.txt",      w + ".cfg\\e.ini",
+      w + "a.b\\d.txt", w + "sub\\b.txt", w + "sub\\deeper\\c",
   };
   EXPECT_EQ(Paths(list), expected);
   EXPECT_EQ(ScanTotal(), 5u + 1 + 6 + 4 + 3 + 2);

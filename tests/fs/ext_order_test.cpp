@@ -1,3 +1,5 @@
+#include "fs/ext_order.h"
+
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -5,7 +7,6 @@
 #include <vector>
 
 #include "fs/dir_scan.h"
-#include "fs/ext_order.h"
 #include "fs/path_ops.h"
 
 namespace {
@@ -26,7 +27,8 @@ class WorkListOf {
   FileWorkList* get() { return &list_; }
   std::vector<std::string> Order() const {
     std::vector<std::string> out;
-    for (const FileWorkEntry* e = list_.First; e != nullptr; e = e->Next) out.emplace_back(e->DiskPath);
+    for (const FileWorkEntry* e = list_.First; e != nullptr; e = e->Next)
+      out.emplace_back(e->DiskPath);
     return out;
   }
 
@@ -62,15 +64,15 @@ TEST(ExtOrder, ShortListsStayAsTheyAre) {
 }
 
 TEST(ExtOrder, GroupsInTableOrder) {
-  EXPECT_EQ(Ordered({"readme.txt", "setup.exe", "notes.me", "pic.jpg", "data.xyz", "help.hlp",
-                     "make"}),
-            (std::vector<std::string>{"setup.exe", "readme.txt", "notes.me", "pic.jpg", "make",
-                                      "data.xyz", "help.hlp"}));
+  EXPECT_EQ(
+      Ordered({"readme.txt", "setup.exe", "notes.me", "pic.jpg", "data.xyz", "help.hlp", "make"}),
+      (std::vector<std::string>{"setup.exe", "readme.txt", "notes.me", "pic.jpg", "make",
+                                "data.xyz", "help.hlp"}));
   // Program group in table order, before the text group; rule-4 names between
   // the text group and the packed group.
   EXPECT_EQ(Ordered({"z.pdf", "y.sy_", "x.ico", "w.bin", "v.tpu", "u.jpeg", "t.ace", "s.gz"}),
-            (std::vector<std::string>{"v.tpu", "w.bin", "x.ico", "y.sy_", "z.pdf", "s.gz",
-                                      "t.ace", "u.jpeg"}));
+            (std::vector<std::string>{"v.tpu", "w.bin", "x.ico", "y.sy_", "z.pdf", "s.gz", "t.ace",
+                                      "u.jpeg"}));
 }
 
 TEST(ExtOrder, Comparisons) {
@@ -80,21 +82,21 @@ TEST(ExtOrder, Comparisons) {
     int result;
   };
   const Case cases[] = {
-      {"file.htm", "file.html", 0},          // one place, same base name
-      {"dir1\\same.c", "dir2\\same.c", 0},   // directories take no part
-      {"A.TXT", "b.txt", -1},                // by base name when the keys are equal
+      {"file.htm", "file.html", 0},         // one place, same base name
+      {"dir1\\same.c", "dir2\\same.c", 0},  // directories take no part
+      {"A.TXT", "b.txt", -1},               // by base name when the keys are equal
       {"b.txt", "A.TXT", 1},
-      {"x.TxT", "x.txt", 0},                 // case does not matter
-      {"make", "other", 0},                  // no extensions: equal, names not looked at
-      {"make", "a.xyz", -1},                 // "Z" before "Z.XYZ"
-      {"driver.sy_", "a.ico", 1},            // after every text file...
-      {"driver.sy_", "a.pdf", -1},           // ...and before any .pdf
+      {"x.TxT", "x.txt", 0},        // case does not matter
+      {"make", "other", 0},         // no extensions: equal, names not looked at
+      {"make", "a.xyz", -1},        // "Z" before "Z.XYZ"
+      {"driver.sy_", "a.ico", 1},   // after every text file...
+      {"driver.sy_", "a.pdf", -1},  // ...and before any .pdf
       {"a.exe", "a.com", -1},
       {"a.doc", "a.bmp", -1},
       {"a.zip", "a.rar", -1},
       {"a.abc", "a.abd", -1},
-      {"a.hlp", "a.zzz", 1},                 // "ZZ.HLP" after "Z.ZZZ"
-      {"dir.d\\noext", "a.txt", 1},          // a dot in the directory is not an extension
+      {"a.hlp", "a.zzz", 1},         // "ZZ.HLP" after "Z.ZZZ"
+      {"dir.d\\noext", "a.txt", 1},  // a dot in the directory is not an extension
   };
   for (const Case& c : cases) {
     EXPECT_EQ(Compare(c.a, c.b), c.result) << c.a << " vs " << c.b;
@@ -104,10 +106,9 @@ TEST(ExtOrder, Comparisons) {
 
 TEST(ExtOrder, TextGroupPlaces) {
   // Each extension of the text group sorts before the next one in the table.
-  const std::vector<std::string> text = {"txt", "me",  "1st", "diz", "bat", "cmd", "log",
-                                         "ini", "c",   "cpp", "cxx", "h",   "hpp", "hxx",
-                                         "pas", "dpr", "bas", "asm", "rc",  "bak", "htm",
-                                         "wri", "rtf", "doc", "bmp", "ico"};
+  const std::vector<std::string> text = {
+      "txt", "me",  "1st", "diz", "bat", "cmd", "log", "ini", "c",   "cpp", "cxx", "h",   "hpp",
+      "hxx", "pas", "dpr", "bas", "asm", "rc",  "bak", "htm", "wri", "rtf", "doc", "bmp", "ico"};
   std::vector<std::string> paths;
   for (auto it = text.rbegin(); it != text.rend(); ++it) paths.push_back("f." + *it);
   std::vector<std::string> expected;

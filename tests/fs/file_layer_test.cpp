@@ -1,5 +1,7 @@
-#include <gtest/gtest.h>
+#include "fs/file_layer.h"
+
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <cstdlib>
@@ -8,7 +10,6 @@
 #include <string>
 
 #include "fs/dos_time.h"
-#include "fs/file_layer.h"
 #include "support/test_support.h"
 
 namespace {
@@ -27,9 +28,9 @@ TEST(FileLayer, OpenModes) {
   };
   const Case cases[] = {
       {"rb", true, false, false, true, false}, {"r", true, false, false, true, false},
-      {"wb", true, true, true, false, true},    {"b", true, true, true, true, true},
-      {"v", true, false, false, false, true},   {"xb", false, false, false, false, false},
-      {"", false, false, false, false, false},  {"ab", false, false, false, false, false},
+      {"wb", true, true, true, false, true},   {"b", true, true, true, true, true},
+      {"v", true, false, false, false, true},  {"xb", false, false, false, false, false},
+      {"", false, false, false, false, false}, {"ab", false, false, false, false, false},
   };
   for (const Case& c : cases) {
     acetest::TempDir dir;
@@ -181,8 +182,8 @@ TEST_F(DosStamps, StampConversions) {
   EXPECT_EQ(FileTimeToDosStamp(early), 0x00410000u);
 
   const FILETIME now = DosStampToFileTime(CurrentDosStamp());
-  const int64_t nowTicks = static_cast<int64_t>(
-      (static_cast<uint64_t>(now.dwHighDateTime) << 32) | now.dwLowDateTime);
+  const int64_t nowTicks =
+      static_cast<int64_t>((static_cast<uint64_t>(now.dwHighDateTime) << 32) | now.dwLowDateTime);
   const int64_t systemTicks =
       (static_cast<int64_t>(std::time(nullptr)) + 11644473600LL) * 10000000LL;
   EXPECT_LE(systemTicks - nowTicks, 3 * 10000000LL);

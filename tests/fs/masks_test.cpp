@@ -1,3 +1,5 @@
+#include "fs/masks.h"
+
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -5,7 +7,6 @@
 #include <vector>
 
 #include "aceplug/aceplug.h"
-#include "fs/masks.h"
 #include "fs/wildcard.h"
 #include "plugin/state.h"
 
@@ -34,12 +35,12 @@ TEST(Wildcard, Rules) {
     int match;
   };
   const Case cases[] = {
-      {"", "", 1},          {"A", "", 0},         {"", "*", 1},        {"ABC", "*", 1},
-      {"ABC", "A*", 1},     {"ABC", "*C", 1},     {"ABC", "*B", 0},    {"ABC", "A?C", 1},
-      {"AC", "A?C", 0},     {"ABBC", "A?C", 0},   {"ABC", "*?C", 1},   {"ABC", "*??", 1},
-      {"A", "*?", 1},       {"", "*?", 0},        {"ABC", "**", 0},    {"A*C", "A**C", 1},
-      {"A*", "**", 1},      {"TXT", "T*T", 1},    {"TT", "T*T", 1},    {"T", "T*T", 0},
-      {"", "?", 0},         {"ABC", "ABC", 1},    {"ABC", "ABD", 0},   {"ABCABD", "*ABD", 1},
+      {"", "", 1},      {"A", "", 0},       {"", "*", 1},      {"ABC", "*", 1},
+      {"ABC", "A*", 1}, {"ABC", "*C", 1},   {"ABC", "*B", 0},  {"ABC", "A?C", 1},
+      {"AC", "A?C", 0}, {"ABBC", "A?C", 0}, {"ABC", "*?C", 1}, {"ABC", "*??", 1},
+      {"A", "*?", 1},   {"", "*?", 0},      {"ABC", "**", 0},  {"A*C", "A**C", 1},
+      {"A*", "**", 1},  {"TXT", "T*T", 1},  {"TT", "T*T", 1},  {"T", "T*T", 0},
+      {"", "?", 0},     {"ABC", "ABC", 1},  {"ABC", "ABD", 0}, {"ABCABD", "*ABD", 1},
   };
   for (const Case& c : cases) {
     EXPECT_EQ(WildcardMatch(c.text, c.pattern), c.match) << c.text << " ~ " << c.pattern;
@@ -57,7 +58,9 @@ TEST(MaskList, SelectionTable) {
       {"*", {"a", "docs\\a"}, {"a.txt"}},
       {"*.", {"a", "docs\\a"}, {"a.txt"}},
       {"*.txt", {"a.txt", "docs\\a.txt", "A.TXT"}, {"a.doc", "a.txt.bak"}},
-      {"docs\\*.txt", {"docs\\a.txt", "docs\\sub\\a.txt", "DOCS/A.TXT"}, {"a.txt", "x\\docs\\a.txt"}},
+      {"docs\\*.txt",
+       {"docs\\a.txt", "docs\\sub\\a.txt", "DOCS/A.TXT"},
+       {"a.txt", "x\\docs\\a.txt"}},
       {"readme.txt", {"readme.txt", "README.TXT"}, {"docs\\readme.txt"}},
       {"docs\\readme.txt", {"docs\\readme.txt"}, {"readme.txt", "docs\\sub\\readme.txt"}},
       {"a?c.txt", {"abc.txt"}, {"ac.txt", "abbc.txt"}},

@@ -1,9 +1,9 @@
+#include "fs/path_ops.h"
+
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <string>
-
-#include "fs/path_ops.h"
 
 namespace {
 
@@ -21,9 +21,9 @@ TEST(PathOps, TrailingBackslash) {
     char buf[kPathBuffer];
     EXPECT_STREQ(AddTrailingBackslash(c.in, buf), c.out) << c.in;
   }
-  const TextCase strip[] = {{"C:\\dir\\", "C:\\dir"}, {"C:\\", "C:\\"}, {"\\", "\\"},
-                            {"ab\\", "ab\\"},         {"abc\\", "abc"}, {"C:\\dir", "C:\\dir"},
-                            {"", ""}};
+  const TextCase strip[] = {
+      {"C:\\dir\\", "C:\\dir"}, {"C:\\", "C:\\"},       {"\\", "\\"}, {"ab\\", "ab\\"},
+      {"abc\\", "abc"},         {"C:\\dir", "C:\\dir"}, {"", ""}};
   for (const TextCase& c : strip) {
     char buf[kPathBuffer];
     EXPECT_STREQ(StripTrailingBackslash(c.in, buf), c.out) << c.in;
@@ -59,7 +59,7 @@ TEST(PathOps, CutString) {
     const char* out;
   };
   const Case cases[] = {
-      {"abcdef", 1, 2, "adef"}, {"abcdef", 0, 6, ""},     {"abcdef", 4, 10, "abcd"},
+      {"abcdef", 1, 2, "adef"},   {"abcdef", 0, 6, ""},        {"abcdef", 4, 10, "abcd"},
       {"abcdef", 2, 0, "abcdef"}, {"abcdef", 2, -3, "abcdef"}, {"abc", 5, 1, "abc"},
   };
   for (const Case& c : cases) {

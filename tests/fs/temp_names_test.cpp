@@ -1,3 +1,5 @@
+#include "fs/temp_names.h"
+
 #include <gtest/gtest.h>
 
 #include <cctype>
@@ -7,7 +9,6 @@
 #include <string>
 
 #include "fs/file_layer.h"
-#include "fs/temp_names.h"
 #include "support/test_support.h"
 
 namespace {

@@ -14,10 +14,10 @@ TEST(CodePage, Cp437AndUtf8) {
   };
   const Case cases[] = {
       {"plain.txt", "plain.txt"},
-      {"\x84\x94\x81\xE1", "\xC3\xA4\xC3\xB6\xC3\xBC\xC3\x9F"},           // äöüß
-      {"\x8E\x99\x9A", "\xC3\x84\xC3\x96\xC3\x9C"},                       // ÄÖÜ
-      {"\xC9\xCD\xBB", "\xE2\x95\x94\xE2\x95\x90\xE2\x95\x97"},           // box drawing
-      {"\xE0\xFF", "\xCE\xB1\xC2\xA0"},                                   // alpha, no-break space
+      {"\x84\x94\x81\xE1", "\xC3\xA4\xC3\xB6\xC3\xBC\xC3\x9F"},  // äöüß
+      {"\x8E\x99\x9A", "\xC3\x84\xC3\x96\xC3\x9C"},              // ÄÖÜ
+      {"\xC9\xCD\xBB", "\xE2\x95\x94\xE2\x95\x90\xE2\x95\x97"},  // box drawing
+      {"\xE0\xFF", "\xCE\xB1\xC2\xA0"},                          // alpha, no-break space
   };
   for (const Case& c : cases) {
     char out[64];
@@ -29,7 +29,10 @@ TEST(CodePage, Cp437AndUtf8) {
   char out[16];
   CharToOemA("\xC3\x80-\xE2\x82\xAC", out, sizeof out);  // À and € are not in CP437
   EXPECT_STREQ(out, "?-?");
-  CharToOemA("a\xFF" "b", out, sizeof out);  // malformed UTF-8
+  CharToOemA(
+      "a\xFF"
+      "b",
+      out, sizeof out);  // malformed UTF-8
   EXPECT_STREQ(out, "a?b");
 }
 
@@ -66,7 +69,8 @@ TEST(CodePage, CharUpper) {
   char text[] = "abc xyz \xC3\xA4\xC3\xB6\xC3\xBC \xC3\xA9 \xC3\xB7 \xC3\x9F \xE2\x95\x94 1.txt";
   CharUpperA(text);
   // Latin-1 letters go up; the division sign, sharp s and other characters stay.
-  EXPECT_STREQ(text, "ABC XYZ \xC3\x84\xC3\x96\xC3\x9C \xC3\x89 \xC3\xB7 \xC3\x9F \xE2\x95\x94 1.TXT");
+  EXPECT_STREQ(text,
+               "ABC XYZ \xC3\x84\xC3\x96\xC3\x9C \xC3\x89 \xC3\xB7 \xC3\x9F \xE2\x95\x94 1.TXT");
   char trail[] = "\xE2\x95\xA4x";  // a trail byte that looks like a Latin-1 lead is left alone
   CharUpperA(trail);
   EXPECT_STREQ(trail, "\xE2\x95\xA4X");

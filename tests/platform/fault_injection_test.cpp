@@ -1,8 +1,9 @@
+#include "platform/fault_injection.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "platform/fault_injection.h"
 #include "platform/win32.h"
 #include "support/test_support.h"
 

@@ -126,7 +126,7 @@ TEST(PlatformTime, DosRangeAndValidation) {
   FILETIME ft{};
   EXPECT_TRUE(DosDateTimeToFileTime(0x0041, 0, &ft));  // 1 February 1980
   EXPECT_EQ(Ticks(ft), Ticks(FromUtc(1980, 2, 1, 0, 0, 0)));
-  EXPECT_FALSE(DosDateTimeToFileTime(0x0000, 0, &ft));             // month 0
+  EXPECT_FALSE(DosDateTimeToFileTime(0x0000, 0, &ft));               // month 0
   EXPECT_FALSE(DosDateTimeToFileTime((1 << 5) | 1, 24 << 11, &ft));  // hour 24
   EXPECT_FALSE(DosDateTimeToFileTime((2 << 5) | 30, 0, &ft));        // 30 February
 }

@@ -1,8 +1,9 @@
+#include "plugin/arc_file_list.h"
+
 #include <cstdio>
 #include <cstring>
 #include <string>
 
-#include "plugin/arc_file_list.h"
 #include "plugin_fixture.h"
 
 namespace {

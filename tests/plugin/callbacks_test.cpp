@@ -1,8 +1,9 @@
+#include "plugin/callbacks.h"
+
 #include <cstring>
 #include <string>
 #include <vector>
 
-#include "plugin/callbacks.h"
 #include "plugin/find_data.h"
 #include "plugin_fixture.h"
 #include "support/test_support.h"
@@ -93,11 +94,9 @@ TEST_F(CallbackTest, EachHelperPassesTheContextArgumentsAndAnswer) {
   EXPECT_EQ(ace::CallOkToReplace(&a, &b), 2);
 
   EXPECT_EQ(g_seen.contexts, (std::vector<AceContext>{1, 2, 3, 4, 5, 6, 7}));
-  EXPECT_EQ(g_seen.numbers,
-            (std::vector<int64_t>{7, 5, AR_SIGNAL_EXTRACT, 40, 1000, 0, 3, 3, 0}));
-  EXPECT_EQ(g_seen.texts, (std::vector<std::string>{"C:\\A.TXT", "\\A.TXT", "C:\\GONE",
-                                                    "C:\\ARC", "SECRET.TXT", "ON DISK",
-                                                    "IN ARCHIVE"}));
+  EXPECT_EQ(g_seen.numbers, (std::vector<int64_t>{7, 5, AR_SIGNAL_EXTRACT, 40, 1000, 0, 3, 3, 0}));
+  EXPECT_EQ(g_seen.texts, (std::vector<std::string>{"C:\\A.TXT", "\\A.TXT", "C:\\GONE", "C:\\ARC",
+                                                    "SECRET.TXT", "ON DISK", "IN ARCHIVE"}));
   EXPECT_STREQ(directory, "D:\\VOLUMES");
   EXPECT_EQ(std::strlen(password), 271u) << "a 271-character password fits the buffer";
 }
@@ -137,8 +136,8 @@ TEST_F(CallbackTest, ResetsClearSevenSlotsAndOnlyTheContextsOfTheOtherTwo) {
     EXPECT_NE(S().warning.proc, nullptr);
     EXPECT_EQ(S().signal.context, 0u);
     EXPECT_EQ(S().warning.context, 0u);
-    EXPECT_FALSE(S().nextDisk || S().sfxProgress || S().fileName || S().skipFile ||
-                 S().cryptKey || S().progress || S().okToReplace);
+    EXPECT_FALSE(S().nextDisk || S().sfxProgress || S().fileName || S().skipFile || S().cryptKey ||
+                 S().progress || S().okToReplace);
     EXPECT_EQ(S().nextDisk.context + S().sfxProgress.context + S().fileName.context +
                   S().skipFile.context + S().cryptKey.context + S().progress.context +
                   S().okToReplace.context,
@@ -155,11 +154,11 @@ TEST(HalvedPercent, KeepsTheProductInThirtyTwoBits) {
       {50, 200, 25},
       {1, 3, 33},
       {20971519, 20971519, 100},
-      {20971520, 41943040, 50},        // halved once
-      {0xFFFFFFFFu, 0xFFFFFFFFu, 100}, // halved many times
+      {20971520, 41943040, 50},         // halved once
+      {0xFFFFFFFFu, 0xFFFFFFFFu, 100},  // halved many times
       {3000000000u, 4000000000u, 75},
       {5, 0, 0},
-      {30000000, 1, 0},                // the size runs out while halving
+      {30000000, 1, 0},  // the size runs out while halving
   };
   for (const auto& c : cases) {
     EXPECT_EQ(ace::HalvedPercent(c.done, c.size), c.percent) << c.done << "/" << c.size;

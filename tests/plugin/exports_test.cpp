@@ -10,18 +10,48 @@
 namespace {
 
 const std::set<std::string> kExports = {
-    "InitArcFile", "CreateArcFile", "DoneArcFile", "GetArchiveStatus", "SetArchiveStatus",
-    "arOptionsOn", "arOptionsOff", "arOptionsAreOn", "SetInputPath", "SetRelativePath",
-    "SetOutputPath", "SetCryptKey", "SetCompExtraFeatures", "SetDecompExtraFeatures",
-    "CreateExeArc", "CreateArcSfx2", "BuildUnDamagedArc", "AddDamageProtXionArc",
-    "StripDamageProtXionArc", "SetFileCommentsArc", "SetMainCommentArc",
-    "SetSetSignalProc", "SetSetWarningProc", "SetGetNextDiskProc", "SetSetSfxProgressProc",
-    "SetSetFileNameProc", "SetSkipFileProc", "SetSetCryptKeyProc", "SetSetProgressProc",
+    "InitArcFile",
+    "CreateArcFile",
+    "DoneArcFile",
+    "GetArchiveStatus",
+    "SetArchiveStatus",
+    "arOptionsOn",
+    "arOptionsOff",
+    "arOptionsAreOn",
+    "SetInputPath",
+    "SetRelativePath",
+    "SetOutputPath",
+    "SetCryptKey",
+    "SetCompExtraFeatures",
+    "SetDecompExtraFeatures",
+    "CreateExeArc",
+    "CreateArcSfx2",
+    "BuildUnDamagedArc",
+    "AddDamageProtXionArc",
+    "StripDamageProtXionArc",
+    "SetFileCommentsArc",
+    "SetMainCommentArc",
+    "SetSetSignalProc",
+    "SetSetWarningProc",
+    "SetGetNextDiskProc",
+    "SetSetSfxProgressProc",
+    "SetSetFileNameProc",
+    "SetSkipFileProc",
+    "SetSetCryptKeyProc",
+    "SetSetProgressProc",
     "SetOkToReplaceProc",
-    "InitArcFileList", "DoneArcFileList", "InitFileMaskList", "AppendFileMask",
+    "InitArcFileList",
+    "DoneArcFileList",
+    "InitFileMaskList",
+    "AppendFileMask",
     "DoneFileMaskList",
-    "BuildArcFileList", "GetExtraInfoArc", "GetMainCommentArc", "TestArc",
-    "ExtractFileMaskListArc", "CompressFileMaskListArc", "DeleteFileMaskListArc",
+    "BuildArcFileList",
+    "GetExtraInfoArc",
+    "GetMainCommentArc",
+    "TestArc",
+    "ExtractFileMaskListArc",
+    "CompressFileMaskListArc",
+    "DeleteFileMaskListArc",
     "CreateDirectoryArc",
 };
 
@@ -45,7 +75,8 @@ TEST(Exports, TheLibraryDefinesExactlyTheDocumentedFunctions) {
   }
   ASSERT_EQ(pclose(pipe), 0) << command;
 
-  for (const std::string& name : kExports) EXPECT_EQ(functions.count(name), 1u) << "missing " << name;
+  for (const std::string& name : kExports)
+    EXPECT_EQ(functions.count(name), 1u) << "missing " << name;
   for (const std::string& name : functions) EXPECT_EQ(kExports.count(name), 1u) << "extra " << name;
   EXPECT_TRUE(others.empty()) << "unexpected symbol " << *others.begin();
 }

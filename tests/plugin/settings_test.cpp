@@ -83,9 +83,8 @@ TEST_F(PluginTest, DictionaryCodesBecomeKilobytes) {
   const struct {
     int32_t code;
     int32_t kb;
-  } cases[] = {{3, 32},     {4, 64},     {5, 128},   {6, 256},  {7, 512},   {8, 1024},
-               {9, 2048},   {10, 4096},  {11, 8192}, {2, 1024}, {12, 1024}, {0, 1024},
-               {-1, 1024},  {1024, 1024}};
+  } cases[] = {{3, 32},    {4, 64},    {5, 128},  {6, 256},   {7, 512},  {8, 1024},  {9, 2048},
+               {10, 4096}, {11, 8192}, {2, 1024}, {12, 1024}, {0, 1024}, {-1, 1024}, {1024, 1024}};
   for (const auto& c : cases) {
     CompOptions host{};
     host.DictionaryKB = c.code;

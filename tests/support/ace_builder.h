@@ -20,10 +20,10 @@ namespace acetest {
 inline constexpr uint32_t kTestDosStamp = 0x21210000u;  // 1996-09-01 00:00:00
 
 struct AceEntry {
-  std::string name;      // stored as given (ASCII in tests)
-  Bytes data;            // the unpacked bytes: the CRC and size come from them
-  Bytes packed;          // the bytes after the header; when empty, `data`
-  uint8_t method = 0;    // 0 stored, 1 LZ77
+  std::string name;    // stored as given (ASCII in tests)
+  Bytes data;          // the unpacked bytes: the CRC and size come from them
+  Bytes packed;        // the bytes after the header; when empty, `data`
+  uint8_t method = 0;  // 0 stored, 1 LZ77
   uint16_t flags = 0x0001;
   uint32_t attributes = 0x20;
   uint32_t time = kTestDosStamp;
@@ -107,7 +107,8 @@ inline Bytes AceMainHeader(uint16_t flags = 0, uint8_t volume = 0) {
 // `comment` is not empty, the comment flag with COMMENT_SIZE and those bytes
 // behind the advert.
 inline Bytes AceMainHeaderWith(uint16_t flags, uint8_t extractVersion, const Bytes& comment = {}) {
-  return AceMainHeader(AceMain{.flags = flags, .extractVersion = extractVersion, .comment = comment});
+  return AceMainHeader(
+      AceMain{.flags = flags, .extractVersion = extractVersion, .comment = comment});
 }
 
 // Sets HEAD_CRC from the HEAD_SIZE bytes that follow HEAD_SIZE.

@@ -67,7 +67,8 @@ void PutCodeWidths(BitWriter& out, const std::vector<uint8_t>& widths, int low) 
   for (uint8_t w : codeWidths) out.Put(w, 3);
   std::vector<uint32_t> raw(widths.size());
   for (int j = 0; j <= last; ++j) {
-    raw[j] = static_cast<uint32_t>(j == 0 ? level[0] : ((level[j] - level[j - 1]) % top + top) % top);
+    raw[j] =
+        static_cast<uint32_t>(j == 0 ? level[0] : ((level[j] - level[j - 1]) % top + top) % top);
   }
   for (int j = 0; j <= last;) {
     int zeros = 0;

@@ -1,9 +1,10 @@
 #include "support/test_support.h"
 
+#include <unistd.h>
+
 #include <fstream>
 #include <random>
 #include <stdexcept>
-#include <unistd.h>
 
 namespace acetest {
 

@@ -1,10 +1,10 @@
 // Decode tables built from code widths: the order of codes within a width, the one-symbol and
 // no-symbol codes, and the tables that cannot be built.
+#include "unace/decoder/decode_table.h"
+
 #include <gtest/gtest.h>
 
 #include <vector>
-
-#include "unace/decoder/decode_table.h"
 
 namespace {
 
@@ -20,8 +20,8 @@ struct Built {
 
 Built Build(std::vector<uint8_t> widths, uint32_t bits = 11) {
   std::vector<uint16_t> table(1u << bits, 0xFFFF);
-  bool ok = MakeDecodeTable(bits, static_cast<uint32_t>(widths.size() - 1), widths.data(),
-                            table.data());
+  bool ok =
+      MakeDecodeTable(bits, static_cast<uint32_t>(widths.size() - 1), widths.data(), table.data());
   return {ok, widths, table};
 }
 

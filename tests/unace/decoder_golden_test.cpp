@@ -28,8 +28,8 @@ TEST(DecoderGolden, EveryRowDecodesToItsInput) {
     ASSERT_EQ(input.size(), row.size);
     const bool single = row.run == "-";
     if (!single) ASSERT_EQ(row.runIndex, run++);
-    auto result = DecodeFile(single ? decoder : solid, VectorBytes(row.packed), row.size,
-                             row.runIndex > 0);
+    auto result =
+        DecodeFile(single ? decoder : solid, VectorBytes(row.packed), row.size, row.runIndex > 0);
     ASSERT_EQ(result.status, DecodeStatus::kOk) << ace::DecodeStatusText(result.status);
     ASSERT_TRUE(result.output == input);
     singles += single;
@@ -44,9 +44,10 @@ TEST(DecoderGolden, EveryRowDecodesToItsInput) {
 // Chunk ends and input piece ends at odd places must not change the output.
 TEST(DecoderGolden, ChunkAndPieceSizesDoNotMatter) {
   const std::pair<uint32_t, size_t> cases[] = {{1, 0}, {7, 1}, {1000, 3}, {65536, 4}, {4099, 4097}};
-  const std::pair<const char*, const char*> vectors[] = {
-      {"pattern60k@256-2.bin", "pattern60k"}, {"prose@1024-4.bin", "prose"},
-      {"zeros100k@64-1.bin", "zeros100k"},    {"lcg8k@128-0.bin", "lcg8k"}};
+  const std::pair<const char*, const char*> vectors[] = {{"pattern60k@256-2.bin", "pattern60k"},
+                                                         {"prose@1024-4.bin", "prose"},
+                                                         {"zeros100k@64-1.bin", "zeros100k"},
+                                                         {"lcg8k@128-0.bin", "lcg8k"}};
   for (auto [chunk, piece] : cases) {
     Lz77Decoder decoder;
     ASSERT_EQ(decoder.Init(Lz77Decoder::kMaxDictionary, chunk), DecodeStatus::kOk);
@@ -84,8 +85,10 @@ class Hostile : public ::testing::Test {
 };
 
 TEST_F(Hostile, EveryTruncationIsReportedAsTruncated) {
-  for (auto [packed, input] : {std::pair{"one@64-1.bin", "one"}, {"short@64-1.bin", "short"},
-                               {"short@1024-4.bin", "short"}, {"lcg8k@128-0.bin", "lcg8k"}}) {
+  for (auto [packed, input] : {std::pair{"one@64-1.bin", "one"},
+                               {"short@64-1.bin", "short"},
+                               {"short@1024-4.bin", "short"},
+                               {"lcg8k@128-0.bin", "lcg8k"}}) {
     const Bytes bytes = VectorBytes(std::string("packed/") + packed);
     const size_t size = VectorBytes(std::string("inputs/") + input).size();
     ASSERT_EQ(DecodeFile(decoder_, bytes, size).status, DecodeStatus::kOk);
@@ -93,7 +96,8 @@ TEST_F(Hostile, EveryTruncationIsReportedAsTruncated) {
     const size_t step = bytes.size() > 1000 ? 37 : 1;
     for (size_t cut = 0; cut < bytes.size(); cut += step) {
       const Bytes part(bytes.begin(), bytes.begin() + static_cast<ptrdiff_t>(cut));
-      ASSERT_EQ(DecodeFile(decoder_, part, size, false, 1 + cut % 5).status, DecodeStatus::kTruncated)
+      ASSERT_EQ(DecodeFile(decoder_, part, size, false, 1 + cut % 5).status,
+                DecodeStatus::kTruncated)
           << packed << " cut at " << cut;
     }
   }
@@ -101,7 +105,8 @@ TEST_F(Hostile, EveryTruncationIsReportedAsTruncated) {
 
 TEST_F(Hostile, EveryBitFlipGivesAStatusOrTheFullSize) {
   for (auto [name, size] : {std::pair<const char*, uint64_t>{"one@64-1.bin", 1},
-                            {"two@64-1.bin", 2}, {"short@64-1.bin", 23},
+                            {"two@64-1.bin", 2},
+                            {"short@64-1.bin", 23},
                             {"zeros100k@64-1.bin", 100000}}) {
     const Bytes packed = VectorBytes(std::string("packed/") + name);
     int failures = 0;

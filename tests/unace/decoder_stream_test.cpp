@@ -81,8 +81,8 @@ class StreamTest : public ::testing::Test {
 TEST_F(StreamTest, NewAndRepeatedDistancesKeepTheRingMostRecentFirst) {
   auto tokens = Literals("abcdefgh");
   // New distances 3, 7, 10; then repeats of the 3rd, 2nd, 4th, 4th and 1st most recent.
-  for (Token t : {New(2, 0), New(6, 1), New(9, 0), Rep(2, 0), Rep(1, 1), Rep(3, 1), Rep(3, 0),
-                  Rep(0, 0)}) {
+  for (Token t :
+       {New(2, 0), New(6, 1), New(9, 0), Rep(2, 0), Rep(1, 1), Rep(3, 1), Rep(3, 0), Rep(0, 0)}) {
     tokens.push_back(t);
   }
   const std::string expected = "abcdefghfgdefdefdefgdddddfgddd";
@@ -118,7 +118,7 @@ TEST_F(StreamTest, GeneralCodeWidthForm) {
   PutCode(w, widthCode, 5);  // 5 more: symbols 0..118 unused
   w.Put(1, 4);
   for (uint32_t delta : {1, 0, 0, 0, 4}) PutCode(w, widthCode, delta);  // 119..122 width 2, 123 off
-  PutCode(w, widthCode, 5);  // 19 zeros asked, 2 fit
+  PutCode(w, widthCode, 5);                                             // 19 zeros asked, 2 fit
   w.Put(15, 4);
   PutCodeWidths(w, Widths(256, {{0, 1}, {1, 1}}));
   w.Put(8, 15);
@@ -154,8 +154,7 @@ TEST_F(StreamTest, ErrorsOfBadStreams) {
   aaLit.push_back(New(0, 1));  // distance 1, length 3
   const Case cases[] = {
       {"width above 11", tooWide.Finish(), 10, DecodeStatus::kBadCodeTable},
-      {"distance before the start", Block({Lit('a'), New(2, 0)}), 3,
-       DecodeStatus::kDistanceTooFar},
+      {"distance before the start", Block({Lit('a'), New(2, 0)}), 3, DecodeStatus::kDistanceTooFar},
       {"repeat before any output", Block({Rep(0, 0), Lit('a')}), 3, DecodeStatus::kDistanceTooFar},
       {"more tokens than the size", Block(Literals("abc")), 2, DecodeStatus::kSizeOverrun},
       {"match past the size", Block(aaLit), 3, DecodeStatus::kSizeOverrun},
@@ -208,8 +207,7 @@ TEST_F(StreamTest, SolidFilesReachIntoEarlierOutputOnly) {
   // A decoder that keeps 8 bytes of history refuses distance 9 even when more was decoded.
   Lz77Decoder small;
   ASSERT_EQ(small.Init(8, 64), DecodeStatus::kOk);
-  ASSERT_EQ(DecodeFile(small, Block(Literals("abcdefghij")), 10).status,
-            DecodeStatus::kOk);
+  ASSERT_EQ(DecodeFile(small, Block(Literals("abcdefghij")), 10).status, DecodeStatus::kOk);
   auto near = DecodeFile(small, Block({New(7, 0), Lit('x')}), 3, true);
   ASSERT_EQ(near.status, DecodeStatus::kOk);
   EXPECT_EQ(Text(near), "cdx");

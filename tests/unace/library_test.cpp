@@ -1,7 +1,6 @@
 // UnAceV2.Dll on its own, through its five functions and a recording caller.
-#include <gtest/gtest.h>
-
 #include <dlfcn.h>
+#include <gtest/gtest.h>
 
 #include <filesystem>
 #include <functional>
@@ -139,9 +138,9 @@ TEST_F(Library, ReadArchiveDataFindsTheMainHeaderBehindAPrefix) {
 }
 
 TEST_F(Library, ListMatchesTheFileListAndTheExcludeList) {
-  const std::string archive = Write(AceArchive(
-      {Stored("docs\\a.txt", "1"), Stored("docs\\sub\\b.txt", "2"), Stored("c.doc", "3"),
-       Stored("readme", "4")}));
+  const std::string archive =
+      Write(AceArchive({Stored("docs\\a.txt", "1"), Stored("docs\\sub\\b.txt", "2"),
+                        Stored("c.doc", "3"), Stored("readme", "4")}));
   struct Case {
     const char* include;
     const char* exclude;
@@ -222,7 +221,8 @@ TEST_F(Library, OutputNamesOutsideTheDestinationAreRefused) {
     calls_.clear();
     std::string buffer = target;
     answer_ = [&](AceCallbackRecord& r) {
-      if (r.Code == ACE_CALLBACK_STATE_STARTFILE && std::string(r.FileData->SourceFileName) == "a.txt") {
+      if (r.Code == ACE_CALLBACK_STATE_STARTFILE &&
+          std::string(r.FileData->SourceFileName) == "a.txt") {
         r.FileData->DestinationFileName = buffer.data();
       }
       return -1;
@@ -267,10 +267,12 @@ TEST_F(Library, TestStepsOverJunkAndRecoveryRecordsAndStopsAtABrokenHeader) {
     std::vector<std::string> names;
   } cases[] = {
       {Join({AceMainHeader(), Bytes(100, 0x5A), AceEntryBytes(Stored("a.txt", "after the junk"))}),
-       0, {"a.txt"}},
+       0,
+       {"a.txt"}},
       {Join({AceArchive({Stored("a.txt", "first")}), AceRecovery(2, 8, Bytes(8, 0xEE)),
              AceEntryBytes(Stored("b.txt", "second")), broken}),
-       ACE_CALLBACK_ERROR_HEADER, {"a.txt", "b.txt"}},
+       ACE_CALLBACK_ERROR_HEADER,
+       {"a.txt", "b.txt"}},
   };
   for (const auto& c : cases) {
     calls_.clear();

@@ -1,7 +1,6 @@
 // Creating archives through the exports: header values, round trips through
 // the reader and the extraction library, and every failure leaving no file.
 #include <gtest/gtest.h>
-
 #include <sys/stat.h>
 
 #include <cstring>
@@ -48,8 +47,8 @@ class CreateArchiveTest : public ::testing::Test {
     return s;
   }
 
-  const std::vector<std::string> kFiles = {"docs\\a.txt", "docs\\b.txt", "rand.bin",
-                                           "empty.txt", "docs\\sub"};
+  const std::vector<std::string> kFiles = {"docs\\a.txt", "docs\\b.txt", "rand.bin", "empty.txt",
+                                           "docs\\sub"};
   TempDir dir;
   fs::path input;
   std::string archive;
@@ -60,7 +59,8 @@ TEST_F(CreateArchiveTest, EveryDictionaryAndLevelRoundTripsPlainAndSolid) {
   for (int solid : {0, 1}) {
     for (int kb : {64, 128, 256, 512, 1024}) {
       for (int level : {0, 1, 2, 3}) {
-        SCOPED_TRACE(testing::Message() << "solid " << solid << " dict " << kb << " level " << level);
+        SCOPED_TRACE(testing::Message()
+                     << "solid " << solid << " dict " << kb << " level " << level);
         settings.dictionaryKB = kb;
         settings.level = level;
         settings.solid = solid;
@@ -75,7 +75,8 @@ TEST_F(CreateArchiveTest, EveryDictionaryAndLevelRoundTripsPlainAndSolid) {
         EXPECT_TRUE(fs::is_directory(out.path() / "docs" / "sub"));
         for (const auto& e : List(archive)) {
           if (!(e.attributes & 0x10) && e.unpacked != 0 && e.method == 1)
-            EXPECT_EQ(e.dictionaryCode, static_cast<uint32_t>(HostDictionaryCode(kb) + 2)) << e.name;
+            EXPECT_EQ(e.dictionaryCode, static_cast<uint32_t>(HostDictionaryCode(kb) + 2))
+                << e.name;
         }
       }
     }
@@ -148,7 +149,8 @@ TEST_F(CreateArchiveTest, SolidFlagsRestartAfterAStoredFile) {
   }
   TempDir out;
   EXPECT_EQ(ExtractAll(archive, out.str()), AR_OK);
-  EXPECT_EQ(acetest::ReadFileBytes(out.path() / "after.zzz"), acetest::ReadFileBytes(input / "after.zzz"));
+  EXPECT_EQ(acetest::ReadFileBytes(out.path() / "after.zzz"),
+            acetest::ReadFileBytes(input / "after.zzz"));
 }
 
 TEST_F(CreateArchiveTest, UnsupportedDictionariesAndEmptyListsCreateNothing) {

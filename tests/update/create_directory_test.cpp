@@ -34,8 +34,8 @@ class CreateDirectoryTest : public ArchiveChangeTest {
  protected:
   void SetUp() override {
     ArchiveChangeTest::SetUp();
-    WriteArchive(acetest::AceArchive({Stored("thing", "a file named thing"),
-                                      Stored("docs\\c.txt", "charlie")}));
+    WriteArchive(acetest::AceArchive(
+        {Stored("thing", "a file named thing"), Stored("docs\\c.txt", "charlie")}));
   }
 
   // Makes the directory and checks that the old archive is the start of the
@@ -67,7 +67,7 @@ TEST_F(CreateDirectoryTest, AcceptedNamesAreStoredAsAnyName) {
   };
   const Case cases[] = {
       {"NewDir", "", 1, "NewDir\\"},
-      {"a\\b\\c\\", "", 1, "a\\b\\c\\"},  // levels, and a trailing backslash
+      {"a\\b\\c\\", "", 1, "a\\b\\c\\"},          // levels, and a trailing backslash
       {"con\\console", "", 1, "con\\console\\"},  // only the final part may not be a device
       // The first character is not examined; the stored-name rule drops a
       // leading backslash.
@@ -87,8 +87,8 @@ TEST_F(CreateDirectoryTest, AcceptedNamesAreStoredAsAnyName) {
 
 TEST_F(CreateDirectoryTest, ForbiddenCharactersAndDeviceNamesAreRefused) {
   const Bytes before = ArchiveBytes();
-  for (const char* name : {"a?b", "a:b", "a|b", "a*b", "a<b", "a>b", "a\"b", "a/b", "con.txt", "CON",
-                           "aux", "Prn.doc", "sub\\prn", "sub\\AUX\\", "x\\Con.Txt",
+  for (const char* name : {"a?b", "a:b", "a|b", "a*b", "a<b", "a>b", "a\"b", "a/b", "con.txt",
+                           "CON", "aux", "Prn.doc", "sub\\prn", "sub\\AUX\\", "x\\Con.Txt",
                            // no name at all: the entry would have an empty name
                            "", "\\", "\\\\"}) {
     EXPECT_EQ(MakeDir(archive, name, settings), AR_BAD_DIR_NAME) << name;
@@ -111,10 +111,10 @@ TEST_F(CreateDirectoryTest, TheHeaderDescribesAnEmptyDirectoryMadeNow) {
   ASSERT_EQ(h.size(), 37 + name.size());
   EXPECT_EQ(U16(h, 2), 33 + name.size());  // HEAD_SIZE
   EXPECT_EQ(U16(h, 0), ace::Crc32Update(ace::kCrcInit, h.data() + 4, h.size() - 4) & 0xFFFFu);
-  EXPECT_EQ(h[4], 1);             // file header
-  EXPECT_EQ(U16(h, 5), 0x0001u);  // flags
-  EXPECT_EQ(U32(h, 7), 0u);       // packed
-  EXPECT_EQ(U32(h, 11), 0u);      // original size
+  EXPECT_EQ(h[4], 1);                       // file header
+  EXPECT_EQ(U16(h, 5), 0x0001u);            // flags
+  EXPECT_EQ(U32(h, 7), 0u);                 // packed
+  EXPECT_EQ(U32(h, 11), 0u);                // original size
   EXPECT_GE(U32(h, 15), DosStamp(before));  // local time, two-second steps
   EXPECT_LE(U32(h, 15), DosStamp(after));
   EXPECT_EQ(U32(h, 19), 0x10u);        // directory
@@ -145,7 +145,8 @@ TEST_F(CreateDirectoryTest, ADirectoryThatExistsIsRefused) {
     WriteArchive(bytes);
   }
   const Bytes before = ArchiveBytes();
-  for (const char* name : {"NewDir", "newdir", "NewDir\\", "NEWDIR\\", "docs\\sub", "docs\\SUB\\"}) {
+  for (const char* name :
+       {"NewDir", "newdir", "NewDir\\", "NEWDIR\\", "docs\\sub", "docs\\SUB\\"}) {
     EXPECT_EQ(MakeDir(archive, name, settings), AR_DIR_EXISTS) << name;
   }
   // With RelativePath the name under it is the one that is looked for.

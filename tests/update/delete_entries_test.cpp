@@ -97,8 +97,8 @@ TEST_F(DeleteEntriesTest, TheMasksSelectWhatGoes) {
       {{"*.*"}, false, {}},
   };
   for (const Case& k : cases) {
-    SCOPED_TRACE(testing::Message() << k.masks[0] << (k.withRecovery ? " with" : " without")
-                                    << " a recovery record");
+    SCOPED_TRACE(testing::Message()
+                 << k.masks[0] << (k.withRecovery ? " with" : " without") << " a recovery record");
     WriteArchive(Join({stub, main, a, b, c, k.withRecovery ? recovery : Bytes{}}));
     ASSERT_EQ(Delete(archive, k.masks, settings), AR_OK);
     Bytes expected = Join({stub, main});
@@ -137,8 +137,8 @@ TEST_F(DeleteEntriesTest, RelativePathGoesInFrontOfEveryNameTested) {
 
   // A solid archive makes the same choice, and every other entry keeps its
   // name and its data through the unpacking and packing again.
-  WriteArchive(acetest::AceArchive({Stored("X", "root x"), Stored("SUB\\X", "sub x"), Stored("Y", "root y")},
-                                   0x8000));
+  WriteArchive(acetest::AceArchive(
+      {Stored("X", "root x"), Stored("SUB\\X", "sub x"), Stored("Y", "root y")}, 0x8000));
   ASSERT_EQ(Delete(archive, {"SUB\\X"}, settings), AR_OK);
   Strings names = Names(List(archive));
   std::sort(names.begin(), names.end());
@@ -174,7 +174,8 @@ TEST_F(DeleteEntriesTest, ASolidDeleteCompressesTheRestAgain) {
   fs::create_directories(input / "docs" / "sub");
   settings.solid = 1;
   settings.dictionaryKB = 256;
-  ASSERT_EQ(Create(archive, {"docs\\a.txt", "b.txt", "c.exe", "d.h", "docs\\sub"}, settings), AR_OK);
+  ASSERT_EQ(Create(archive, {"docs\\a.txt", "b.txt", "c.exe", "d.h", "docs\\sub"}, settings),
+            AR_OK);
   {
     Bytes bytes = stub;
     const Bytes made = ArchiveBytes();
@@ -219,7 +220,9 @@ TEST_F(DeleteEntriesTest, ASolidDeleteCompressesTheRestAgain) {
   }
 
   EXPECT_EQ(TestArchive(archive), AR_OK);
-  ExpectExtracts({{"c.exe", Content("c.exe")}, {"docs\\a.txt", Content("docs\\a.txt")}, {"d.h", Content("d.h")}});
+  ExpectExtracts({{"c.exe", Content("c.exe")},
+                  {"docs\\a.txt", Content("docs\\a.txt")},
+                  {"d.h", Content("d.h")}});
 }
 
 TEST_F(DeleteEntriesTest, OnlyTheFormatThisPluginWritesCanBeDeletedFromWhenSolid) {
@@ -233,7 +236,9 @@ TEST_F(DeleteEntriesTest, OnlyTheFormatThisPluginWritesCanBeDeletedFromWhenSolid
     WriteArchive(Join({acetest::AceMainHeaderWith(k.flags, k.version), a, b}));
     const Bytes before = ArchiveBytes();
     ASSERT_EQ(Delete(archive, {"a.txt"}, settings), k.status);
-    EXPECT_EQ(ArchiveBytes(), k.status == AR_OK ? Join({acetest::AceMainHeaderWith(k.flags, k.version), b}) : before);
+    EXPECT_EQ(ArchiveBytes(), k.status == AR_OK
+                                  ? Join({acetest::AceMainHeaderWith(k.flags, k.version), b})
+                                  : before);
     ExpectNothingLeftOver();
   }
 }
@@ -246,9 +251,10 @@ TEST_F(DeleteEntriesTest, TheFirstHeadersDictionaryCodeSetsTheSolidDeletesDictio
   for (const Case k : {Case{8, 8}, Case{11, 6}}) {
     SCOPED_TRACE(testing::Message() << "code " << int{k.firstCode});
     const std::string one = SampleText(3000, 1), three = SampleText(2500, 3);
-    WriteArchive(acetest::AceArchive({Stored("one.txt", one, k.firstCode), Stored("two.txt", SampleText(100, 2)),
-                                      Stored("three.txt", three)},
-                                     0x8000));
+    WriteArchive(
+        acetest::AceArchive({Stored("one.txt", one, k.firstCode),
+                             Stored("two.txt", SampleText(100, 2)), Stored("three.txt", three)},
+                            0x8000));
     settings.dictionaryKB = 1024;
     ASSERT_EQ(Delete(archive, {"two.txt"}, settings), AR_OK);
     const auto entries = List(archive);

@@ -107,9 +107,9 @@ size_t OpenDescriptors() {
 std::string Describe(const std::vector<Listed>& entries) {
   std::ostringstream out;
   for (const auto& e : entries) {
-    out << e.name << ' ' << e.packed << ' ' << e.unpacked << ' ' << std::hex << e.attributes
-        << ' ' << e.crc << ' ' << e.method << ' ' << e.flags << ' ' << e.dictionaryCode
-        << std::dec << '\n';
+    out << e.name << ' ' << e.packed << ' ' << e.unpacked << ' ' << std::hex << e.attributes << ' '
+        << e.crc << ' ' << e.method << ' ' << e.flags << ' ' << e.dictionaryCode << std::dec
+        << '\n';
   }
   return out.str();
 }
@@ -315,8 +315,8 @@ TEST_P(FaultSweep, NothingLostAtAnyFailurePoint) {
     int failed = 0;
     for (const int64_t nth : points) {
       const int partsBefore = ReportedParts();
-      SCOPED_TRACE(testing::Message() << op.name << ", " << k.name << " call " << nth << " of "
-                                      << calls[k.kind]);
+      SCOPED_TRACE(testing::Message()
+                   << op.name << ", " << k.name << " call " << nth << " of " << calls[k.kind]);
       const size_t descriptors = OpenDescriptors();
       g_kind = k.kind;
       g_nth = nth;

@@ -4,9 +4,8 @@
 // run. Either way the new archive takes the old one's place and nothing else
 // is left: the fixture checks the archive's folder and a private temporary
 // folder after every test.
-#include <gtest/gtest.h>
-
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -33,9 +32,12 @@ class UpdateArchiveTest : public ArchiveChangeTest {
     return std::string(b.begin(), b.end());
   }
   // A path the plug-in formed from InputPath and a name, as a native path.
-  static fs::path Normal(const std::string& path) { return fs::path(Slashes(path)).lexically_normal(); }
+  static fs::path Normal(const std::string& path) {
+    return fs::path(Slashes(path)).lexically_normal();
+  }
 
-  static acetest::AceEntry Stored(const std::string& name, const std::string& text, uint8_t dictCode = 6) {
+  static acetest::AceEntry Stored(const std::string& name, const std::string& text,
+                                  uint8_t dictCode = 6) {
     acetest::AceEntry e;
     e.name = name;
     e.data = acetest::TextBytes(text);
@@ -145,11 +147,13 @@ TEST_F(UpdateArchiveTest, TheReplaceAnswerDecidesBetweenTheOldEntryAndTheFile) {
       // The old entry is gone; the file stands after the copied entries.
       ASSERT_EQ(Names(entries), (Strings{"b.txt", "a.txt", "c.txt"}));
       EXPECT_EQ(EntryBytes(after, entries[0]), EntryBytes(before, old[1]));
-      ExpectExtracts({{"a.txt", newText}, {"b.txt", Content("b.txt")}, {"c.txt", Content("c.txt")}});
+      ExpectExtracts(
+          {{"a.txt", newText}, {"b.txt", Content("b.txt")}, {"c.txt", Content("c.txt")}});
     } else {
       ASSERT_EQ(Names(entries), (Strings{"a.txt", "b.txt", "c.txt"}));
       EXPECT_EQ(Slice(after, 0, before.size()), before);
-      ExpectExtracts({{"a.txt", oldText}, {"b.txt", Content("b.txt")}, {"c.txt", Content("c.txt")}});
+      ExpectExtracts(
+          {{"a.txt", oldText}, {"b.txt", Content("b.txt")}, {"c.txt", Content("c.txt")}});
     }
   }
 }
@@ -213,7 +217,8 @@ TEST_F(UpdateArchiveTest, OnlyAHostThatAnsweredMakesTheDiskFileWritable) {
     Recorder rec;
     rec.replaceAnswers = c.answers;
     ASSERT_EQ(Add(archive, {"a.txt"}, settings, &rec), AR_OK);
-    const bool writable = (fs::status(file).permissions() & fs::perms::owner_write) != fs::perms::none;
+    const bool writable =
+        (fs::status(file).permissions() & fs::perms::owner_write) != fs::perms::none;
     EXPECT_EQ(writable, c.writableAfter);
     const auto entries = List(archive);
     ASSERT_EQ(entries.size(), 1u);
@@ -253,7 +258,8 @@ TEST_F(UpdateArchiveTest, DataInFrontCommentAndRecoveryRecordsSurviveAPlainUpdat
   EXPECT_EQ(entries[4].headerPos, before.size());
   EXPECT_EQ(after.size(), before.size() + entries[4].headerSize + 4 + entries[4].packed);
   EXPECT_EQ(TestArchive(archive), AR_OK);
-  ExpectExtracts({{"a.txt", "first entry"}, {"b.txt", "second entry"}, {"new.txt", Content("new.txt")}});
+  ExpectExtracts(
+      {{"a.txt", "first entry"}, {"b.txt", "second entry"}, {"new.txt", Content("new.txt")}});
 }
 
 TEST_F(UpdateArchiveTest, ALockedArchiveRefusesNewFiles) {
@@ -307,7 +313,7 @@ TEST_F(UpdateArchiveTest, ASolidArchiveIsRebuiltInExtensionOrderAsOneRun) {
 
   const auto entries = List(archive);
   const Strings order = {"tool.exe", "docs\\a.txt", "empty.txt", "b.c",
-                         "new.h",    "pic.zip",    "readme",    "z.xyz"};
+                         "new.h",    "pic.zip",     "readme",    "z.xyz"};
   ASSERT_EQ(Names(entries), order) << "no directory entry, no recovery record, extension order";
   for (const auto& e : entries) {
     EXPECT_EQ(e.headerType, 1u);
@@ -372,7 +378,10 @@ TEST_F(UpdateArchiveTest, TheReplaceAnswerDecidesInASolidRebuild) {
       {"answer 1 keeps the unpacked copy", {1}, AR_OK, false, {"a.txt", "b.txt"}},
       {"answer 2 stops", {2}, AR_ABORTED, false, {}},
       {"without a procedure the file is taken", {}, AR_OK, true, {"a.txt", "b.txt"}},
-      {"another answer drops the old file; the host's list brings it", {7}, AR_OK, true,
+      {"another answer drops the old file; the host's list brings it",
+       {7},
+       AR_OK,
+       true,
        {"b.txt", "a.txt"}},
   };
   const std::string oldText = SampleText(5000, 1), newText = SampleText(6000, 8);
@@ -449,17 +458,20 @@ TEST_F(UpdateArchiveTest, RelativePathSelectsTheNamesakeInBothKindsOfArchive) {
   ASSERT_EQ(rec.existing.size(), 1u);
   EXPECT_STREQ(rec.existing[0].cFileName, "SUB\\a.txt");
   EXPECT_EQ(Names(List(archive)), (Strings{"a.txt", "SUB\\a.txt", "SUB\\c.txt"}));
-  ExpectExtracts({{"a.txt", "root a"}, {"SUB\\a.txt", Content("a.txt")}, {"SUB\\c.txt", Content("c.txt")}});
+  ExpectExtracts(
+      {{"a.txt", "root a"}, {"SUB\\a.txt", Content("a.txt")}, {"SUB\\c.txt", Content("c.txt")}});
 
   // Solid: the old entries keep their names; only the new ones get the
   // prefix. The kept namesake is not added again.
-  WriteArchive(acetest::AceArchive({Stored("x.txt", "root x"), Stored("SUB\\a.txt", "old sub a")}, 0x8000));
+  WriteArchive(
+      acetest::AceArchive({Stored("x.txt", "root x"), Stored("SUB\\a.txt", "old sub a")}, 0x8000));
   Recorder keep;
   keep.replaceAnswers = {1};
   ASSERT_EQ(Add(archive, {"a.txt", "c.txt"}, settings, &keep), AR_OK);
   ASSERT_EQ(keep.existing.size(), 1u);
   EXPECT_EQ(Names(List(archive)), (Strings{"SUB\\a.txt", "SUB\\c.txt", "x.txt"}));
-  ExpectExtracts({{"x.txt", "root x"}, {"SUB\\a.txt", "old sub a"}, {"SUB\\c.txt", Content("c.txt")}});
+  ExpectExtracts(
+      {{"x.txt", "root x"}, {"SUB\\a.txt", "old sub a"}, {"SUB\\c.txt", Content("c.txt")}});
 }
 
 // An archive that cannot be read through to its end is refused by every
@@ -488,7 +500,8 @@ TEST_F(UpdateArchiveTest, AnArchiveThatCannotBeReadThroughIsLeftAsItWas) {
   };
   // The same entries, plain or solid, then what makes them unreadable.
   auto make = [&](uint16_t solid, bool cutShort) {
-    Bytes b = acetest::AceArchive({Stored("a.txt", "aaa"), Stored("c.txt", SampleText(3000, 3))}, solid);
+    Bytes b =
+        acetest::AceArchive({Stored("a.txt", "aaa"), Stored("c.txt", SampleText(3000, 3))}, solid);
     if (cutShort) {
       b.resize(b.size() - 1000);
     } else {
@@ -630,7 +643,8 @@ TEST_F(UpdateArchiveTest, SeveralChangesThroughOneOpenArchive) {
 TEST_F(UpdateArchiveTest, NullArgumentsAreRefusedAndChangeNothing) {
   for (uint16_t solid : {0, 0x8000}) {
     SCOPED_TRACE(solid ? "solid" : "plain");
-    const Bytes before = acetest::AceArchive({Stored("a.txt", "aaa"), Stored("c.txt", "ccc")}, solid);
+    const Bytes before =
+        acetest::AceArchive({Stored("a.txt", "aaa"), Stored("c.txt", "ccc")}, solid);
     WriteArchive(before);
     InitArcFile(archive.c_str());
     ASSERT_EQ(GetArchiveStatus(), AR_OK);

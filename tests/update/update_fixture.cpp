@@ -138,8 +138,8 @@ uint16_t Create(const std::string& archive, const std::vector<std::string>& name
   return status;
 }
 
-uint16_t Add(const std::string& archive, const std::vector<std::string>& names,
-             const Settings& st, Recorder* recorder, FileMaskList* leftList) {
+uint16_t Add(const std::string& archive, const std::vector<std::string>& names, const Settings& st,
+             Recorder* recorder, FileMaskList* leftList) {
   if (!Open(archive, st, recorder)) return Close();
   FileMaskList masks;
   InitFileMaskList(&masks);
@@ -178,12 +178,11 @@ std::vector<Listed> List(const std::string& archive, uint16_t* status) {
   if (status) *status = GetArchiveStatus();
   std::vector<Listed> out;
   for (const ArcFileEntry* e = list.First; e; e = e->Next) {
-    out.push_back({e->Name,
-                   e->PackedSize.Low | (uint64_t{e->PackedSize.High} << 32),
-                   e->UnpackedSize.Low | (uint64_t{e->UnpackedSize.High} << 32),
-                   e->Attributes, e->Crc32, e->Method, e->HeaderFlags, e->DictionaryCode,
-                   e->DosTime, e->HeaderType,
-                   e->HeaderPos.Low | (uint64_t{e->HeaderPos.High} << 32), e->HeaderSize});
+    out.push_back({e->Name, e->PackedSize.Low | (uint64_t{e->PackedSize.High} << 32),
+                   e->UnpackedSize.Low | (uint64_t{e->UnpackedSize.High} << 32), e->Attributes,
+                   e->Crc32, e->Method, e->HeaderFlags, e->DictionaryCode, e->DosTime,
+                   e->HeaderType, e->HeaderPos.Low | (uint64_t{e->HeaderPos.High} << 32),
+                   e->HeaderSize});
   }
   DoneArcFileList(&list);
   DoneFileMaskList(&masks);
@@ -227,8 +226,8 @@ std::string Slashes(std::string s) {
 }
 
 std::string SampleText(size_t size, unsigned seed) {
-  static const char* const kWords[] = {"alpha ", "beta ", "gamma ", "delta\n",
-                                       "epsilon ", "zeta ", "eta ", "theta\n"};
+  static const char* const kWords[] = {"alpha ",   "beta ", "gamma ", "delta\n",
+                                       "epsilon ", "zeta ", "eta ",   "theta\n"};
   std::string s;
   for (size_t i = 0; s.size() < size; ++i) s += kWords[(i * 7 + i / 3 + seed * 5) % 8];
   s.resize(size);
@@ -257,8 +256,10 @@ acetest::Bytes EntryBytes(const acetest::Bytes& archive, const Listed& entry) {
 uint32_t DosStamp(std::time_t t) {
   std::tm tm{};
   localtime_r(&t, &tm);
-  const uint32_t date = static_cast<uint32_t>(((tm.tm_year - 80) << 9) | ((tm.tm_mon + 1) << 5) | tm.tm_mday);
-  const uint32_t time = static_cast<uint32_t>((tm.tm_hour << 11) | (tm.tm_min << 5) | (tm.tm_sec / 2));
+  const uint32_t date =
+      static_cast<uint32_t>(((tm.tm_year - 80) << 9) | ((tm.tm_mon + 1) << 5) | tm.tm_mday);
+  const uint32_t time =
+      static_cast<uint32_t>((tm.tm_hour << 11) | (tm.tm_min << 5) | (tm.tm_sec / 2));
   return (date << 16) | time;
 }
 
@@ -293,7 +294,9 @@ ScopedTempFolder::~ScopedTempFolder() {
 }
 
 ArchiveChangeTest::ArchiveChangeTest()
-    : input(dir.path() / "in"), arcDir(dir.path() / "arc"), tmp(dir.path() / "tmp"),
+    : input(dir.path() / "in"),
+      arcDir(dir.path() / "arc"),
+      tmp(dir.path() / "tmp"),
       archive((dir.path() / "arc" / "test.ace").string()) {}
 
 void ArchiveChangeTest::SetUp() {

@@ -70,8 +70,8 @@ uint16_t Create(const std::string& archive, const std::vector<std::string>& name
 
 // The changing operations on an existing archive, each opened, run and closed
 // as a host does; the status they leave.
-uint16_t Add(const std::string& archive, const std::vector<std::string>& names,
-             const Settings& st, Recorder* recorder = nullptr, FileMaskList* leftList = nullptr);
+uint16_t Add(const std::string& archive, const std::vector<std::string>& names, const Settings& st,
+             Recorder* recorder = nullptr, FileMaskList* leftList = nullptr);
 uint16_t Delete(const std::string& archive, const std::vector<std::string>& masks,
                 const Settings& st, Recorder* recorder = nullptr);
 uint16_t MakeDir(const std::string& archive, const std::string& name, const Settings& st,

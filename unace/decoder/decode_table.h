@@ -9,7 +9,7 @@
 
 namespace ace {
 
-constexpr uint32_t kTableBits = 11;     // main and length codes
+constexpr uint32_t kTableBits = 11;      // main and length codes
 constexpr uint32_t kWidthTableBits = 7;  // the code that sends the widths
 constexpr uint32_t kMaxMainSymbol = 281;
 constexpr uint32_t kMaxLengthSymbol = 255;

@@ -34,8 +34,7 @@ DecodeStatus Lz77Decoder::Init(uint32_t history, uint32_t chunk) {
   return status_;
 }
 
-void Lz77Decoder::BeginFile(const PackedSource& source, uint64_t unpackedSize,
-                            bool continueSolid) {
+void Lz77Decoder::BeginFile(const PackedSource& source, uint64_t unpackedSize, bool continueSolid) {
   if (!ready_) {
     status_ = DecodeStatus::kNotReady;
     return;

@@ -15,7 +15,7 @@ enum class DecodeStatus : int {
   kDistanceTooFar,  // a match reaches before the start of the kept history
   kSizeOverrun,     // the tokens produce more bytes than the unpacked size
   kNoMemory,
-  kNotReady,        // Init failed or was not called
+  kNotReady,  // Init failed or was not called
 };
 
 const char* DecodeStatusText(DecodeStatus status);
