@@ -330,6 +330,17 @@ struct Engine {
     } while (s.lookahead != 0);
   }
 
+  // Every position goes into the tables in the order Run enters them, the
+  // one behind the data included. The crowding flags are left as they are:
+  // the next continuation or fresh start clears them.
+  static void Skip(CompressorCore& core) {
+    HashChainState& s = StateOf(core);
+    while (s.lookahead != 0) {
+      Advance(core, s);
+      Insert(s);
+    }
+  }
+
   static const EngineOps& Ops() {
     static const EngineOps ops = [] {
       EngineOps o;
@@ -339,6 +350,7 @@ struct Engine {
       o.start = &Start;
       o.resume = &Resume;
       o.run = &Run;
+      o.skip = &Skip;
       o.abort = &Abort;
       return o;
     }();
