@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "update/update_fixture.h"
@@ -15,24 +16,33 @@ using namespace updtest;
 
 namespace {
 
-// What the host hears: file names, progress, skip questions.
+// What the host hears: file names, progress, skip questions; and how often it
+// hears it on a thread other than the one that called the plug-in.
 std::vector<std::string> g_log;
+std::thread::id g_host;
+int g_offThread = 0;
 int32_t g_reports = 0;  // progress reports since the start or a rebuild's compression began
 int32_t g_stopAt = 0;   // the report that answers 0 (0: none)
 
+void CheckThread() { g_offThread += std::this_thread::get_id() != g_host; }
+
 int32_t ACEPLUG_CALL LogName(AceContext, const char* path, const char* shown) {
+  CheckThread();
   g_log.push_back(std::string("name ") + path + " " + shown);
   return 1;
 }
 int32_t ACEPLUG_CALL LogProgress(AceContext, int32_t percent, int32_t step) {
+  CheckThread();
   g_log.push_back("progress " + std::to_string(percent) + " " + std::to_string(step));
   return ++g_reports == g_stopAt ? 0 : 1;
 }
 int32_t ACEPLUG_CALL CountFromRebuild(AceContext, uint32_t, uint32_t, int32_t code) {
+  CheckThread();
   if (code == AR_SIGNAL_REBUILD) g_reports = 0;
   return 1;
 }
 int32_t ACEPLUG_CALL LogSkip(AceContext, const char* path) {
+  CheckThread();
   g_log.push_back(std::string("skip ") + path);
   return 1;
 }
@@ -63,6 +73,8 @@ class ParallelArchiveTest : public ArchiveChangeTest {
  protected:
   void SetUp() override {
     ArchiveChangeTest::SetUp();
+    g_host = std::this_thread::get_id();
+    g_offThread = 0;
     // Letters in many lengths, ending where the search reads what longer
     // files before them left behind their data. Among them random data
     // (stored), empty files, a missing file (skipped), and texts that fill
@@ -86,6 +98,7 @@ class ParallelArchiveTest : public ArchiveChangeTest {
     settings.inputPath = input.string() + "/";
   }
   void TearDown() override {
+    EXPECT_EQ(g_offThread, 0) << "host procedures called on a compressing thread";
     unsetenv("ACEPLUG_THREADS");
     g_stopAt = 0;
     ArchiveChangeTest::TearDown();
