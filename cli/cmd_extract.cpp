@@ -51,15 +51,6 @@ ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) 
       Warn(context, "no entry of " + options.archive + " matches the masks");
       return kExitWarning;
     }
-    bool unsafe = false;
-    for (const EntryRecord& entry : entries) {
-      if (!IsSafeEntryName(entry.stored, options.restorePaths)) {
-        ReportError(progress, "refusing to extract " + entry.name +
-                                  ": it would be written outside " + options.outputDir);
-        unsafe = true;
-      }
-    }
-    if (unsafe) return kExitFailed;
     std::error_code ec;
     fs::create_directories(options.outputDir, ec);
     if (ec) {
@@ -85,6 +76,9 @@ ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) 
     status = GetArchiveStatus();
     progress.Clear();
   }
+  // The plug-in left out entries whose names cannot be written safely and
+  // named each in a warning; the others are extracted, so this is a warning.
+  if (status == AR_BAD_DIR_NAME && context.warnings > 0) status = AR_OK;
 
   // Without paths a directory entry is no more than a name; the library still
   // makes a folder of that name, which the host takes away again.
@@ -92,11 +86,12 @@ ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) 
     std::error_code ec;
     if (fs::is_directory(folder, ec) && fs::is_empty(folder, ec)) fs::remove(folder, ec);
   }
-  // Empty directories have no file to make them; the host makes them.
+  // Empty directories have no file to make them; the host makes those the
+  // plug-in took up (it left out the unsafe ones).
   if (status == AR_OK && options.restorePaths) {
     for (const EntryRecord& entry : entries) {
       std::error_code ec;
-      if (entry.directory)
+      if (entry.directory && context.processed.count(entry.name))
         fs::create_directories(OutputPathOf(options.outputDir, entry.stored, true), ec);
     }
   }

@@ -84,6 +84,12 @@ bool IsSafeEntryName(const std::string& stored, bool restorePaths) {
 
 fs::path OutputPathOf(const fs::path& root, const std::string& stored, bool restorePaths) {
   std::vector<std::string> parts = SplitStored(stored);
+  // Control characters reach the disk as "_", as the plug-in writes them.
+  for (std::string& part : parts) {
+    for (char& c : part) {
+      if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '_';
+    }
+  }
   while (parts.size() > 1 && parts.back().empty()) parts.pop_back();
   if (!restorePaths) return root / parts.back();
   fs::path out = root;

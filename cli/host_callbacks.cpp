@@ -58,7 +58,13 @@ int32_t OnSignal(AceContext context, uint32_t totalLow, uint32_t totalHigh, int3
   return 0;
 }
 
-int32_t OnWarning(AceContext, const char*) { return 0; }
+// The plug-in names each entry it leaves out: "refusing to extract NAME: why".
+int32_t OnWarning(AceContext context, const char* text) {
+  HostContext* host = From(context);
+  if (host == nullptr || text == nullptr) return 0;  // a registration kept from an earlier archive
+  Warn(*host, DisplayName(text));
+  return 0;
+}
 
 int32_t OnNextDisk(AceContext context, char* directory, int32_t, int32_t volume, int32_t) {
   HostContext* host = From(context);

@@ -23,7 +23,7 @@ constexpr StatusInfo kStatuses[] = {
     {AR_TEMP_DIR_FAILED, "AR_TEMP_DIR_FAILED", "cannot create a temporary working directory"},
     {AR_UNPACK_FAILED, "AR_UNPACK_FAILED", "no space left to unpack the solid archive"},
     {AR_DIR_EXISTS, "AR_DIR_EXISTS", "the directory already exists in the archive"},
-    {AR_BAD_DIR_NAME, "AR_BAD_DIR_NAME", "invalid directory name"},
+    {AR_BAD_DIR_NAME, "AR_BAD_DIR_NAME", "invalid or unsafe name"},
     {AR_ARCHIVE_ERROR, "AR_ARCHIVE_ERROR", "archive is damaged (CRC error)"},
     {AR_LOCKED, "AR_LOCKED", "archive is locked"},
     {AR_UNSUPPORTED, "AR_UNSUPPORTED", "unsupported archive version or entry"},

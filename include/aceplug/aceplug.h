@@ -59,14 +59,19 @@ enum {
   AR_TEMP_DIR_FAILED = 8902, /* a temporary working directory could not be made */
   AR_UNPACK_FAILED = 8903,   /* unpacking into the working directory ran out of space */
   AR_DIR_EXISTS = 8904,      /* CreateDirectoryArc: the directory entry exists */
-  AR_BAD_DIR_NAME = 8906,    /* CreateDirectoryArc: forbidden character or device name */
-  AR_ARCHIVE_ERROR = 9009,   /* archive error reported by the extraction library (CRC) */
-  AR_LOCKED = 9954,          /* the archive is locked against changes */
-  AR_UNSUPPORTED = 9960,     /* unsupported archive version or entry */
-  AR_BAD_HEADER = 9964,      /* a header of an unknown type */
-  AR_NOTHING_TO_ADD = 9967,  /* creating an archive from an empty list */
-  AR_NOT_ACE = 9976,         /* not an ACE archive */
-  AR_NOT_SUPPORTED = 32770   /* a stub export */
+  /* CreateDirectoryArc: forbidden character or device name. Extraction: an
+     entry was left out because its name cannot be written safely (it leads
+     outside the output folder, has a "." part, is too long, or a folder on
+     its way is a symbolic link); the warning procedure named each, and the
+     other entries were extracted. Control characters in names become "_". */
+  AR_BAD_DIR_NAME = 8906,
+  AR_ARCHIVE_ERROR = 9009,  /* archive error reported by the extraction library (CRC) */
+  AR_LOCKED = 9954,         /* the archive is locked against changes */
+  AR_UNSUPPORTED = 9960,    /* unsupported archive version or entry */
+  AR_BAD_HEADER = 9964,     /* a header of an unknown type */
+  AR_NOTHING_TO_ADD = 9967, /* creating an archive from an empty list */
+  AR_NOT_ACE = 9976,        /* not an ACE archive */
+  AR_NOT_SUPPORTED = 32770  /* a stub export */
 };
 
 /* Host-chosen value handed back unchanged as the first callback argument. */
@@ -219,6 +224,8 @@ typedef struct MainCommentInfo {
 /* ---- callbacks ---- */
 typedef int32_t(ACEPLUG_CALL* AceSignalProc)(AceContext context, uint32_t totalLow,
                                              uint32_t totalHigh, int32_t code);
+/* Called during extraction for each entry left out for its name:
+   "refusing to extract NAME: REASON". */
 typedef int32_t(ACEPLUG_CALL* AceWarningProc)(AceContext context, const char* text);
 typedef int32_t(ACEPLUG_CALL* AceNextDiskProc)(AceContext context, char* directory, int32_t zero,
                                                int32_t volume, int32_t volumeAgain);
