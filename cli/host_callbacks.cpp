@@ -100,6 +100,7 @@ int32_t OnFileName(AceContext context, const char* path, const char* shownName) 
     default:
       // Adding, deleting and the unpacking of a solid rebuild: the name in
       // the archive is what the user knows.
+      host->currentOutput = DisplayPath(path ? path : "");
       host->progress.StartFile(WithoutLeadingBackslash(host->unpacking ? path : shownName));
       break;
   }

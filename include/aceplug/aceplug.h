@@ -50,9 +50,13 @@ extern "C" {
 /* ---- status codes (read with GetArchiveStatus) ---- */
 enum {
   AR_OK = 0,
-  AR_FILE_NOT_FOUND = 2,     /* archive missing; extraction library missing or incomplete */
-  AR_IO_ERROR = 5,           /* open, read, write or seek failed */
-  AR_SIZE_ERROR = 6,         /* the archive's size could not be read */
+  AR_FILE_NOT_FOUND = 2, /* archive missing; extraction library missing or incomplete */
+  AR_IO_ERROR = 5,       /* open, read, write or seek failed */
+  /* A size past the format's 32-bit fields: an archive of 2 GiB or more
+     (InitArcFile; also when its size cannot be read), or a file to add that
+     the archive could not hold stored as it is, 2 GiB - 1 bytes in all (the
+     file is refused before any of it is written). */
+  AR_SIZE_ERROR = 6,
   AR_NO_MEMORY = 8,          /* an allocation failed; unsupported dictionary size */
   AR_DISK_FULL = 101,        /* a write stored fewer bytes than asked */
   AR_ABORTED = 2926,         /* the host asked to stop */
