@@ -19,8 +19,10 @@
  *   callback context values) are pointer-sized, so the records that hold
  *   pointers grow accordingly; records without pointers keep their size.
  * - Texts longer than their fields are cut to the field (always
- *   NUL-terminated); nothing is ever written outside a field. A null pointer
- *   given for a text or a record leaves AR_IO_ERROR and changes nothing.
+ *   NUL-terminated); nothing is ever written outside a field. An archive
+ *   path is the exception: one that does not fit is refused (AR_IO_ERROR),
+ *   since a cut one would name another file. A null pointer given for a
+ *   text or a record leaves AR_IO_ERROR and changes nothing.
  */
 #ifndef ACEPLUG_ACEPLUG_H
 #define ACEPLUG_ACEPLUG_H
