@@ -3,7 +3,9 @@
 #include <sys/statvfs.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
 #include "crc32.h"
 #include "entry_format.h"
@@ -67,6 +69,12 @@ std::vector<EntryRecord> RecordsOf(const EntryList& list) {
         {e->Name, DisplayName(e->Name), ToUInt64(e->UnpackedSize), e->Crc32, IsDirectoryEntry(*e)});
   }
   return records;
+}
+
+bool NameHoldsNul(const ArcFileEntry& entry) {
+  constexpr size_t kListedName = 271;  // longer names are cut by the listing
+  const size_t kept = std::strlen(entry.Name);
+  return entry.IsFile && kept < std::min<size_t>(entry.NameLength, kListedName);
 }
 
 bool IsSafeEntryName(const std::string& stored, bool restorePaths) {

@@ -27,6 +27,10 @@ struct EntryRecord {
 // File and directory entries of a list (recovery records are left out).
 std::vector<EntryRecord> RecordsOf(const EntryList& list);
 
+// Whether a listed file entry's stored name holds a NUL: the listing keeps
+// the name up to it, and the rest is lost to every file system.
+bool NameHoldsNul(const ArcFileEntry& entry);
+
 // False for a name that would be written outside the output folder: an
 // absolute name, a drive, or a ".." part. Without paths only the final part
 // counts.

@@ -126,7 +126,7 @@ int32_t OnSkipFile(AceContext context, const char* path) {
 
 int32_t OnCryptKey(AceContext context, char* buffer, const char* name, int32_t) {
   HostContext* host = From(context);
-  std::string entry = name ? name : "";
+  std::string entry = DisplayName(name ? name : "");
   if (!host->answers.password) {
     if (!host->answers.canAsk) {
       host->stop = StopReason::PasswordNeeded;
