@@ -6,8 +6,6 @@
 #include <random>
 #include <stdexcept>
 
-#include "platform/win32.h"
-
 namespace acetest {
 
 TempDir::TempDir() {
@@ -36,18 +34,6 @@ void WriteFileBytes(const std::filesystem::path& path, const Bytes& data) {
   std::ofstream out(path, std::ios::binary | std::ios::trunc);
   out.write(reinterpret_cast<const char*>(data.data()), static_cast<std::streamsize>(data.size()));
   if (!out) throw std::runtime_error("cannot write " + path.string());
-}
-
-void SetFileSize(const std::filesystem::path& path, uint64_t size) {
-  HANDLE file =
-      CreateFileA(path.string().c_str(), GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, 0, nullptr);
-  if (file == INVALID_HANDLE_VALUE) throw std::runtime_error("cannot open " + path.string());
-  LONG high = static_cast<LONG>(size >> 32);
-  const bool done = SetFilePointer(file, static_cast<LONG>(size), &high, FILE_BEGIN) ==
-                        static_cast<DWORD>(size) &&
-                    SetEndOfFile(file);
-  CloseHandle(file);
-  if (!done) throw std::runtime_error("cannot size " + path.string());
 }
 
 void WriteFileText(const std::filesystem::path& path, const std::string& text) {

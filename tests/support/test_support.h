@@ -33,9 +33,6 @@ class TempDir {
 Bytes ReadFileBytes(const std::filesystem::path& path);
 void WriteFileBytes(const std::filesystem::path& path, const Bytes& data);
 void WriteFileText(const std::filesystem::path& path, const std::string& text);
-// Sets a file's size (creating it when missing) through the platform layer
-// without writing the bytes: sparse, so sizes past 4 GiB cost no disk space.
-void SetFileSize(const std::filesystem::path& path, uint64_t size);
 
 // ../shared (golden vectors, corpus) and tests/data.
 std::filesystem::path SharedDir();
