@@ -5,6 +5,7 @@
 #include "commands.h"
 #include "entry_check.h"
 #include "entry_format.h"
+#include "entry_select.h"
 #include "interrupt.h"
 #include "status_text.h"
 
@@ -33,23 +34,25 @@ ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) 
     if (ExitCode code = CheckOpened(progress, options.archive, session.status()); code != kExitOk) {
       return code;
     }
-    MaskList masks;
-    for (const std::string& mask : options.masks) masks.Append(mask);
-    if (options.masks.empty()) masks.Append("*.*");
+    std::vector<EntryRecord> all;
     {
+      MaskList none;
       EntryList list;
-      BuildArcFileList(list.get(), masks.get());
+      BuildArcFileList(list.get(), none.get());
       status = GetArchiveStatus();
-      entries = RecordsOf(list);
+      all = RecordsOf(list);
     }
     if (status != AR_OK) {
       ReportError(progress, "extracting " + options.archive + " failed: " + DescribeStatus(status));
       return ExitCodeForStatus(status);
     }
-    if (entries.empty()) {
-      if (options.masks.empty()) return kExitOk;
-      Warn(context, "no entry of " + options.archive + " matches the masks");
-      return kExitWarning;
+    std::vector<bool> chosen =
+        ChooseEntries(context, options.archive, all, options.masks, options.excludes, &entries);
+    if (entries.empty()) return context.warnings > 0 ? kExitWarning : kExitOk;
+    MaskList masks;
+    if (std::string why = SelectInPlugin(all, chosen, masks); !why.empty()) {
+      ReportError(progress, "extracting " + options.archive + " failed: " + why);
+      return kExitFailed;
     }
     bool unsafe = false;
     for (const EntryRecord& entry : entries) {

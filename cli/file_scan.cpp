@@ -6,6 +6,8 @@
 #include <set>
 #include <system_error>
 
+#include "entry_select.h"
+
 namespace acearc {
 
 namespace fs = std::filesystem;
@@ -28,6 +30,7 @@ struct Walker {
   ScanResult& result;
   fs::path excludeAbsolute;
   std::set<std::string> seen;
+  EntryFilter excluded{{}, options.excludes};
 
   bool IsExcluded(const fs::path& path) const {
     if (excludeAbsolute.empty()) return false;
@@ -61,9 +64,9 @@ struct Walker {
       result.warnings.push_back("left out " + full.string() + ": no such file or directory");
       return;
     }
-    fs::file_status target = link;
+    fs::file_status target = fs::is_symlink(link) ? fs::status(full, ec) : link;
+    if (!name.empty() && !excluded.Selects(fs::is_directory(target) ? name + "/" : name)) return;
     if (fs::is_symlink(link)) {
-      target = fs::status(full, ec);
       if (ec || !fs::exists(target)) {
         result.warnings.push_back("left out " + full.string() + ": broken symbolic link");
         return;

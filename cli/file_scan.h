@@ -17,10 +17,11 @@ struct ScanItem {
 };
 
 struct ScanOptions {
-  bool recurse = true;            // into subdirectories
-  bool keepPaths = true;          // false: names lose their directories (-ep)
-  std::filesystem::path exclude;  // the archive itself, never added to itself
-  std::string prefix;             // stored in front of every name; counts toward its length
+  bool recurse = true;                // into subdirectories
+  bool keepPaths = true;              // false: names lose their directories (-ep)
+  std::filesystem::path exclude;      // the archive itself, never added to itself
+  std::string prefix;                 // stored in front of every name; counts toward its length
+  std::vector<std::string> excludes;  // masks of names below the base to leave out (-x)
 };
 
 struct ScanResult {
