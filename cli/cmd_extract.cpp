@@ -1,5 +1,11 @@
 // acearc x / e: extract entries with or without their directories.
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
+#include <ctime>
 #include <filesystem>
 
 #include "commands.h"
@@ -12,6 +18,24 @@
 namespace acearc {
 
 namespace fs = std::filesystem;
+
+namespace {
+
+// The entry's DOS stamp is local time, as the folder's time is read back.
+bool SetModificationTime(const fs::path& path, uint32_t dosTime) {
+  std::tm local{};
+  local.tm_year = static_cast<int>(dosTime >> 25) + 80;
+  local.tm_mon = static_cast<int>((dosTime >> 21) & 0x0F) - 1;
+  local.tm_mday = static_cast<int>((dosTime >> 16) & 0x1F);
+  local.tm_hour = static_cast<int>((dosTime >> 11) & 0x1F);
+  local.tm_min = static_cast<int>((dosTime >> 5) & 0x3F);
+  local.tm_sec = static_cast<int>(dosTime & 0x1F) * 2;
+  local.tm_isdst = -1;
+  const timespec times[2] = {{0, UTIME_OMIT}, {std::mktime(&local), 0}};
+  return utimensat(AT_FDCWD, path.c_str(), times, 0) == 0;
+}
+
+}  // namespace
 
 ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) {
   ProgressDisplay progress(ChooseOutputMode(common.quiet));
@@ -95,12 +119,19 @@ ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) 
     std::error_code ec;
     if (fs::is_directory(folder, ec) && fs::is_empty(folder, ec)) fs::remove(folder, ec);
   }
-  // Empty directories have no file to make them; the host makes them.
+  // Empty directories have no file to make them; the host makes them, and
+  // then gives every folder its time, as nothing more is made inside it.
   if (status == AR_OK && options.restorePaths) {
     for (const EntryRecord& entry : entries) {
       std::error_code ec;
       if (entry.directory)
         fs::create_directories(OutputPathOf(options.outputDir, entry.stored, true), ec);
+    }
+    for (const EntryRecord& entry : entries) {
+      fs::path folder = OutputPathOf(options.outputDir, entry.stored, true);
+      if (entry.directory && !SetModificationTime(folder, entry.dosTime)) {
+        Warn(context, "could not set the time of " + folder.string() + ": " + std::strerror(errno));
+      }
     }
   }
   if (ExitCodeForStatus(status) == kExitDamaged && context.stop == StopReason::None) {
