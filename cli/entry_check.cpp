@@ -65,8 +65,8 @@ std::vector<EntryRecord> RecordsOf(const EntryList& list) {
   std::vector<EntryRecord> records;
   for (const ArcFileEntry* e : list.entries()) {
     if (!e->IsFile) continue;
-    records.push_back(
-        {e->Name, DisplayName(e->Name), ToUInt64(e->UnpackedSize), e->Crc32, IsDirectoryEntry(*e)});
+    records.push_back({e->Name, DisplayName(e->Name), ToUInt64(e->UnpackedSize), e->Crc32,
+                       IsDirectoryEntry(*e), e->DosTime});
   }
   return records;
 }
@@ -88,6 +88,19 @@ bool IsSafeEntryName(const std::string& stored, bool restorePaths) {
     if (part == "..") return false;
   }
   return !(parts.size() == 1 && (parts[0].empty() || parts[0] == "."));
+}
+
+bool MayMakeFolder(const fs::path& root, const std::string& stored) {
+  if (!IsSafeEntryName(stored, true)) return false;
+  fs::path path = root;
+  for (const std::string& part : SplitStored(OutputPathOf({}, stored, true).string())) {
+    if (part == ".") return false;
+    if (part.empty()) continue;
+    path /= part;
+    std::error_code ec;
+    if (fs::is_symlink(path, ec)) return false;
+  }
+  return true;
 }
 
 fs::path OutputPathOf(const fs::path& root, const std::string& stored, bool restorePaths) {

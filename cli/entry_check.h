@@ -22,6 +22,7 @@ struct EntryRecord {
   uint64_t size = 0;
   uint32_t crc = 0;
   bool directory = false;
+  uint32_t dosTime = 0;  // local time
 };
 
 // File and directory entries of a list (recovery records are left out).
@@ -35,6 +36,11 @@ bool NameHoldsNul(const ArcFileEntry& entry);
 // absolute name, a drive, or a ".." part. Without paths only the final part
 // counts.
 bool IsSafeEntryName(const std::string& stored, bool restorePaths);
+
+// Whether the host may make, and give its time to, the folder of a directory
+// entry below `root`: one the plug-in would not leave out for its name (a
+// way outside, a "." part) or for a symbolic link on the way.
+bool MayMakeFolder(const std::filesystem::path& root, const std::string& stored);
 
 // Where extraction writes an entry below `root`.
 std::filesystem::path OutputPathOf(const std::filesystem::path& root, const std::string& stored,
