@@ -50,6 +50,21 @@ TEST_F(CliHostileInput, ControlCharactersAreShownEscapedAndWrittenAsUnderscores)
   EXPECT_FALSE(fs::exists(Path("up.txt")));
 }
 
+TEST_F(CliHostileInput, FoldersBehindALinkAreNeitherMadeNorGivenTheirTime) {
+  fs::create_directories(Path("outside"));
+  fs::create_directories(Path("out"));
+  fs::create_directory_symlink(Path("outside"), Path("out/link"));
+  const fs::file_time_type before = fs::last_write_time(Path("outside"));
+  Write({{.name = "link", .attributes = 0x10},
+         {.name = "link\\sub", .attributes = 0x10},
+         Stored("ok.txt")});
+  RunResult extracted = Run({"x", "n.ace", "-o", "out"});
+  EXPECT_EQ(extracted.exitCode, 1) << extracted.err;
+  EXPECT_TRUE(fs::is_empty(Path("outside")));
+  EXPECT_EQ(fs::last_write_time(Path("outside")), before);
+  EXPECT_TRUE(fs::exists(Path("out/ok.txt")));
+}
+
 TEST_F(CliHostileInput, ASolidRebuildKeepsControlCharactersInNames) {
   fs::create_directories(Path("in"));
   acetest::WriteFileText(Path("in/bell\a.txt"), "bell");
