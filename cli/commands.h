@@ -27,18 +27,21 @@ struct AddOptions {
   bool excludePaths = false;  // -ep
   bool recurse = true;        // -r- turns it off
   std::string prefix;
-  int threads = 0;  // -T: 0 leaves it to the plug-in
+  int threads = 0;                    // -T: 0 leaves it to the plug-in
+  std::vector<std::string> excludes;  // -x
 };
 
 struct ListOptions {
   std::string archive;
   std::vector<std::string> masks;
+  std::vector<std::string> excludes;  // -x
   bool json = false;
 };
 
 struct ExtractOptions {
   std::string archive;
   std::vector<std::string> masks;
+  std::vector<std::string> excludes;  // -x
   std::string outputDir = ".";
   bool restorePaths = true;  // x: true, e: false
 };
@@ -46,6 +49,7 @@ struct ExtractOptions {
 struct DeleteOptions {
   std::string archive;
   std::vector<std::string> masks;
+  std::vector<std::string> excludes;  // -x
 };
 
 struct MakeDirectoryOptions {

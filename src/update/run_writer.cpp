@@ -169,6 +169,7 @@ void ParallelRun::ReadAhead(Pending& p) {
     p.kind = Pending::kDirectory;
     return;
   }
+  p.facts.attributes &= ~FILE_ATTRIBUTE_REPARSE_POINT;  // a link to a file is stored as the file
   FileHandle h = FileOpen(p.file.diskPath, "rb");
   if (h == kNoFile) return;
   const int32_t size = FileSize(h);
