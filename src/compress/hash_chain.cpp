@@ -5,6 +5,8 @@
 #include <cstring>
 #include <new>
 
+#include "compress/table_alloc.h"
+
 namespace ace {
 namespace {
 
@@ -77,23 +79,27 @@ struct Engine {
   static bool Setup(CompressorCore& core) {
     auto* s = new (std::nothrow) HashChainState;
     if (s == nullptr) return false;
-    s->window = static_cast<uint8_t*>(std::calloc(2 * D + kWindowSpare, 1));
-    s->head = static_cast<uint32_t*>(std::malloc(D * sizeof(uint32_t)));
-    s->chain = static_cast<uint32_t*>(std::malloc(D * sizeof(uint32_t)));
-    s->crowd = static_cast<uint8_t*>(std::malloc(D));
+    // One block: heads, links and flags first, so that the tables start on a
+    // huge-page boundary, then the window.
+    constexpr size_t kTables = size_t{D} * (2 * sizeof(uint32_t) + 1);
+    auto* block = static_cast<uint8_t*>(AllocateBlock(kTables + 2 * D + kWindowSpare));
+    if (block == nullptr) {
+      delete s;
+      return false;
+    }
+    s->head = reinterpret_cast<uint32_t*>(block);
+    s->chain = s->head + D;
+    s->crowd = block + size_t{D} * 2 * sizeof(uint32_t);
+    s->window = block + kTables;
+    std::memset(s->window, 0, 2 * D + kWindowSpare);
     core.engine = s;
-    if (s->window && s->head && s->chain && s->crowd) return true;
-    Release(core);
-    return false;
+    return true;
   }
 
   static void Release(CompressorCore& core) {
     auto* s = static_cast<HashChainState*>(core.engine);
     if (s == nullptr) return;
-    std::free(s->window);
     std::free(s->head);
-    std::free(s->chain);
-    std::free(s->crowd);
     delete s;
     core.engine = nullptr;
   }

@@ -24,6 +24,7 @@ uint32_t ChainLimitForLevel(int32_t level);
 // The engine's state, process-wide for an operation and kept from file to
 // file of a solid run. Positions index `window`; 0 stands for "none".
 struct HashChainState {
+  // One allocation, owned through `head`.
   uint8_t* window = nullptr;     // 2·D bytes of history and 600 spare, zeroed once
   uint32_t* head = nullptr;      // newest position per 3-byte hash
   uint32_t* chain = nullptr;     // previous position with the same hash, at p mod D
