@@ -70,7 +70,7 @@ int main(int argc, char** argv) {
                 "  1  fast: hash-chain search of 32 steps\n"
                 "  2  hash-chain search of 48 steps\n"
                 "  3  hash-chain search of 64 steps\n"
-                "  0  exhaustive: no limit on the hash-chain search (the slowest)\n"
+                "  0  fastest: each match taken as found, hash-chain search of 8 steps\n"
                 "  4  best: optimal parsing with the 1024 KB dictionary, hash-chain search of "
                 "256 steps with smaller ones")
       ->check(CLI::Range(0, 4));

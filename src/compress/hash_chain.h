@@ -18,7 +18,7 @@ namespace ace {
 const EngineOps* HashChainEngineOps(int32_t dictionaryKB);
 
 // Candidates a chain walk may examine, plus one: 32, 48, 64 and 256 for levels
-// 1 to 4; 0 (no limit at all) for level 0.
+// 1 to 4. Level 0 takes each match as it finds it, after 8 candidates at most.
 uint32_t ChainLimitForLevel(int32_t level);
 
 // The engine's state, process-wide for an operation and kept from file to

@@ -63,8 +63,7 @@ TEST(HashChain, InputsRoundTripOnEveryEngine) {
     }
   }
   // Text longer than twice the dictionary makes the window slide (64 and 128
-  // KB). Level 0 walks whole chains, which a small vocabulary makes long: once
-  // is enough.
+  // KB).
   const Bytes text = TextBytes(300000, 11);
   for (int dict : kDictionaries) {
     for (int level : {1, 3, dict == 64 || dict == 1024 ? 0 : 4}) RoundTrip(text, dict, level);
