@@ -14,8 +14,6 @@ constexpr uint32_t kWindowSpare = 600;  // searches read up to 263 bytes past th
 constexpr uint32_t kMaxMatch = 256;
 constexpr uint32_t kMaxCrowdDepth = 253;
 constexpr uint32_t kAbortLookahead = 300;
-// Level 0 looks at this many candidates per position.
-constexpr uint32_t kGreedyCandidates = 16;
 
 // A family member: dictionary D = 2^kDictBits, hash update
 // hash := ((hash & kMask) << kShift) ^ byte over 2^kHashBits values.
