@@ -170,6 +170,12 @@ struct Engine {
     const uint8_t* w = s.window;
     s.hash = M::Update(s.hash, w[s.position + 2]);
     s.pairHash = w[s.position + 1] ^ ((s.pairHash & 15) << 4);
+    // Every search and insertion starts with a cold miss on its head entry
+    // and crowding flag; the hash two positions on is known already, so
+    // fetching them starts here.
+    const uint32_t aheadHash = M::Update(M::Update(s.hash, w[s.position + 3]), w[s.position + 4]);
+    __builtin_prefetch(&s.head[aheadHash]);
+    __builtin_prefetch(&s.crowd[aheadHash]);
   }
 
   static inline void Insert(HashChainState& s) {
