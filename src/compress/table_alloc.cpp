@@ -12,14 +12,16 @@ namespace ace {
 void* AllocateBlock(size_t bytes) {
   constexpr size_t kHuge = size_t{2} << 20;
   if (bytes < kHuge) return std::malloc(bytes == 0 ? 1 : bytes);
-  if (bytes > SIZE_MAX - kHuge) return nullptr;
-  const size_t rounded = (bytes + kHuge - 1) / kHuge * kHuge;
-  void* p = std::aligned_alloc(kHuge, rounded);
-  if (p == nullptr) return nullptr;
 #ifdef __linux__
-  madvise(p, rounded, MADV_HUGEPAGE);
-#endif
+  // Only whole huge pages are advised: a table's few spare bytes past the last
+  // boundary would otherwise make a whole 2 MiB page resident.
+  void* p = nullptr;
+  if (posix_memalign(&p, kHuge, bytes) != 0) return nullptr;
+  madvise(p, bytes / kHuge * kHuge, MADV_HUGEPAGE);
   return p;
+#else
+  return std::malloc(bytes);
+#endif
 }
 
 void* AllocateTable(size_t count, size_t elementSize) {
