@@ -434,8 +434,8 @@ void PrintReport(const Options& o, const std::vector<DataSet>& files, const Data
   }
 
   // The tables each engine should hold: the hash-chain engines a window of
-  // 2·D, 4-byte heads and links per position of D and a byte of crowding
-  // flags per position (11·D); the optimal engine 1.5 MiB of history, two
+  // 2·D and 4-byte heads (with the crowding flags in their top bit) and links
+  // per position of D (10·D); the optimal engine 1.5 MiB of history, two
   // 4-byte links per position of its 1 MiB dictionary and 4 MiB of tree heads.
   out << "## Compressor memory (peak heap above the baseline)\n\n"
       << "| setting | heap MiB | resident MiB | tables MiB | heap - tables MiB |\n"
@@ -446,7 +446,7 @@ void PrintReport(const Options& o, const std::vector<DataSet>& files, const Data
     if (ace == nullptr || it == overall.end()) continue;
     if (ace->Level() != 1 && ace->Level() != 4) continue;
     const double d = ace->DictionaryKB() / 1024.0;
-    const double tables = ace->Level() == 4 ? 1.5 + 8 + 4 : 11 * d;
+    const double tables = ace->Level() == 4 ? 1.5 + 8 + 4 : 10 * d;
     const double measured = MiB(it->second.compressPeak);
     out << "| " << c->Id() << (ace->Level() == 4 ? " (optimal)" : " (hash chain)") << " | "
         << Fixed(measured, 2) << " | " << Fixed(MiB(it->second.compressResident), 2) << " | "

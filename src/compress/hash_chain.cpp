@@ -14,6 +14,10 @@ constexpr uint32_t kWindowSpare = 600;  // searches read up to 263 bytes past th
 constexpr uint32_t kMaxMatch = 256;
 constexpr uint32_t kMaxCrowdDepth = 253;
 constexpr uint32_t kAbortLookahead = 300;
+// A head entry holds a position (below 2^21) and, in its top bit, the hash's
+// crowding flag, so that one load gives both.
+constexpr uint32_t kCrowded = 1u << 31;
+constexpr uint32_t kPositionMask = kCrowded - 1;
 
 // A family member: dictionary D = 2^kDictBits, hash update
 // hash := ((hash & kMask) << kShift) ^ byte over 2^kHashBits values.
@@ -95,9 +99,9 @@ struct Engine {
   static bool Setup(CompressorCore& core) {
     auto* s = new (std::nothrow) HashChainState;
     if (s == nullptr) return false;
-    // One block: heads, links and flags first, so that the tables start on a
+    // One block: heads and links first, so that the tables start on a
     // huge-page boundary, then the window.
-    constexpr size_t kTables = size_t{D} * (2 * sizeof(uint32_t) + 1);
+    constexpr size_t kTables = size_t{D} * 2 * sizeof(uint32_t);
     auto* block = static_cast<uint8_t*>(AllocateBlock(kTables + 2 * D + kWindowSpare));
     if (block == nullptr) {
       delete s;
@@ -105,7 +109,6 @@ struct Engine {
     }
     s->head = reinterpret_cast<uint32_t*>(block);
     s->chain = s->head + D;
-    s->crowd = block + size_t{D} * 2 * sizeof(uint32_t);
     s->window = block + kTables;
     std::memset(s->window, 0, 2 * D + kWindowSpare);
     core.engine = s;
@@ -137,14 +140,29 @@ struct Engine {
         s.head[M::HashAt(w, p)] = 0;
         s.chain[p] = 0;
       }
-      for (uint32_t p = 0; p <= last + kMaxCrowdDepth; ++p) s.crowd[M::HashAt(w, p)] = 0;
+      for (uint32_t p = last + 1; p <= last + kMaxCrowdDepth; ++p) s.head[M::HashAt(w, p)] = 0;
     } else {
       std::memset(s.head, 0, D * sizeof(uint32_t));
       std::memset(s.chain, 0, D * sizeof(uint32_t));
-      std::memset(s.crowd, 0, D);
     }
     ClearPairs(s);
     s.tablesTraceable = true;
+  }
+
+  // Flags are set only at the hashes of the positions searched since the
+  // last clearing, up to 253 further on; the window still holds their bytes
+  // (a slide clears the flags), so a short stretch is cleared by itself.
+  static void ClearCrowding(HashChainState& s) {
+    uint32_t* head = s.head;
+    if (s.position - s.crowdingFrom < D / 8 && !s.alwaysClearInFull) {
+      const uint8_t* w = s.window;
+      for (uint32_t p = s.crowdingFrom; p <= s.position + kMaxCrowdDepth; ++p) {
+        head[M::HashAt(w, p)] &= kPositionMask;
+      }
+    } else {
+      for (uint32_t h = 0; h < M::kHashValues; ++h) head[h] &= kPositionMask;
+    }
+    s.crowdingFrom = s.position;
   }
 
   // The upper half of the window moves down by D and D more bytes are read;
@@ -154,10 +172,13 @@ struct Engine {
     std::memmove(w, w + D, D);
     s.lookahead += static_cast<uint32_t>(ReadInput(core, w + D, static_cast<int32_t>(D)));
     s.position -= D;
-    std::memset(s.crowd, 0, D);
+    s.crowdingFrom = s.position;
     ClearPairs(s);
-    uint32_t* head = s.head;
-    for (uint32_t h = 0; h < M::kHashValues; ++h) head[h] = head[h] > D ? head[h] - D : 0;
+    uint32_t* head = s.head;  // the crowding flags clear too
+    for (uint32_t h = 0; h < M::kHashValues; ++h) {
+      const uint32_t v = head[h] & kPositionMask;
+      head[h] = v > D ? v - D : 0;
+    }
     uint32_t* chain = s.chain;
     for (uint32_t i = 0; i < D; ++i) chain[i] = chain[i] > D ? chain[i] - D : 0;
     s.tablesTraceable = false;
@@ -170,18 +191,17 @@ struct Engine {
     const uint8_t* w = s.window;
     s.hash = M::Update(s.hash, w[s.position + 2]);
     s.pairHash = w[s.position + 1] ^ ((s.pairHash & 15) << 4);
-    // Every search and insertion starts with a cold miss on its head entry
-    // and crowding flag; the hash two positions on is known already, so
-    // fetching them starts here.
+    // Every search and insertion starts with a cold miss on its head entry;
+    // the hash two positions on is known already, so fetching starts here.
     const uint32_t aheadHash = M::Update(M::Update(s.hash, w[s.position + 3]), w[s.position + 4]);
     __builtin_prefetch(&s.head[aheadHash]);
-    __builtin_prefetch(&s.crowd[aheadHash]);
   }
 
   static inline void Insert(HashChainState& s) {
     const uint32_t p = s.position;
-    s.chain[p & (D - 1)] = s.head[s.hash];
-    s.head[s.hash] = p;
+    const uint32_t old = s.head[s.hash];
+    s.chain[p & (D - 1)] = old & kPositionMask;
+    s.head[s.hash] = p | (old & kCrowded);
     s.pairChain[p & 255] = s.pairHead[s.pairHash];
     s.pairHead[s.pairHash] = p;
   }
@@ -192,33 +212,33 @@ struct Engine {
     const uint32_t p = s.position;
     const uint8_t* w = s.window;
     const uint8_t* here = w + p;
-    uint8_t* crowd = s.crowd;
+    uint32_t* head = s.head;
     uint32_t best = s.matchLength < 2 ? 2u : static_cast<uint32_t>(s.matchLength);
     uint32_t bestPosition = p;
     uint32_t maxLength = kMaxMatch;
     uint32_t k = 0;  // look-ahead depth: h is the hash of p + k
     uint32_t h = s.hash;
-    while (crowd[h] == 1 && k < kMaxCrowdDepth) {
+    while ((head[h] & kCrowded) != 0 && k < kMaxCrowdDepth) {
       ++k;
       h = M::Update(h, here[k + 2]);
     }
     bool walk = true;
     if (k == kMaxCrowdDepth) {
-      crowd[h] = 0;
+      head[h] &= kPositionMask;
       walk = false;
     }
     for (;;) {
       if (walk) {
         const uint32_t limit = p > D ? p + k - D : k;
-        uint32_t candidate = s.head[h];
+        uint32_t candidate = head[h] & kPositionMask;
         uint32_t counter = s.chainLimit;
         for (;;) {
           if (candidate <= limit) {
-            crowd[h] = 0;
+            head[h] &= kPositionMask;
             break;
           }
           if (--counter == 0) {
-            crowd[h] = 1;
+            head[h] |= kCrowded;
             break;
           }
           // The next link does not depend on this candidate's bytes: load it
@@ -266,7 +286,7 @@ struct Engine {
     uint32_t best = 2;
     uint32_t bestPosition = p;
     const uint32_t limit = p > D ? p - D : 0;
-    uint32_t candidate = s.head[s.hash];
+    uint32_t candidate = s.head[s.hash] & kPositionMask;
     for (uint32_t n = s.chainLimit; --n != 0 && candidate > limit;) {
       const uint8_t* there = w + candidate;
       if (Load16(there + best - 1) == Load16(here + best - 1)) {
@@ -327,6 +347,7 @@ struct Engine {
     const int32_t n = ReadInput(core, s.window, static_cast<int32_t>(2 * D));
     s.lookahead = static_cast<uint32_t>(n);
     s.position = 0;
+    s.crowdingFrom = 0;
     s.matchLength = n > 0 ? 1 : 0;
     s.matchPosition = 0;
     s.pairHash = 0;
@@ -337,7 +358,7 @@ struct Engine {
 
   static void Resume(CompressorCore& core) {
     HashChainState& s = StateOf(core);
-    std::memset(s.crowd, 0, D);
+    ClearCrowding(s);
     s.tablesTraceable = false;
     if (s.position < 2 * D) {
       const int32_t room = static_cast<int32_t>(2 * D - s.position);
