@@ -45,9 +45,9 @@ using Bytes = std::vector<uint8_t>;
 using Clock = std::chrono::steady_clock;
 
 // The codecs shown per file, and measured in --quick mode.
-const std::vector<std::string> kKeyCodecs = {"ace/1024/l1", "ace/1024/l3", "ace/1024/l4",
-                                             "zlib-6",      "zlib-9",      "bzip2-9",
-                                             "xz-6",        "zstd-3",      "zstd-19"};
+const std::vector<std::string> kKeyCodecs = {
+    "ace/1024/l0", "ace/1024/l1", "ace/1024/l3", "ace/1024/l4", "zlib-6",
+    "zlib-9",      "bzip2-9",     "xz-6",        "zstd-3",      "zstd-19"};
 
 struct Options {
   std::string corpus = ACE_BENCH_CORPUS;
@@ -194,9 +194,15 @@ Result Measure(Codec& c, const DataSet& d, const Options& o) {
   r.decompressPeak = AllocPeak() - base;
   Verify(c, d, decoded);
   // Our timed runs leave the output in the decoder's window, as extraction
-  // does; each still checks its CRC.
+  // does; each still checks its CRC. The first one, which copied, is timed
+  // again without.
   auto* ace = dynamic_cast<AceCodec*>(&c);
-  if (ace != nullptr) ace->SetCopyOutput(false);
+  if (ace != nullptr) {
+    ace->SetCopyOutput(false);
+    t0 = Clock::now();
+    c.Decompress(packed.data(), r.packed, decoded.data(), r.size);
+    first = std::chrono::duration<double>(Clock::now() - t0).count();
+  }
   r.decompressSeconds = BestTime(o, first, &r.decompressReps, [&] {
     c.Decompress(packed.data(), r.packed, decoded.data(), r.size);
   });
@@ -498,8 +504,9 @@ void PrintReport(const Options& o, const std::vector<DataSet>& files, const Data
   };
   speed("ace/1024/l1", "zlib-6", 1.0, "level 1, 1024 KB compression vs zlib -6 (aim 2x)");
   speed("ace/1024/l3", "zlib-9", 1.0, "level 3, 1024 KB compression vs zlib -9");
-  // The decoder alone, as the target is stated; the detail gives extraction's
-  // figure, which adds the CRC-32 of the output.
+  speed("ace/1024/l0", "ace/1024/l1", 2.0, "level 0 (fastest), 1024 KB compression vs level 1");
+  // Extraction as testing and extracting run it: the decoder and the CRC-32
+  // of its output. The detail gives the decoder alone.
   for (const char* id : {"ace/1024/l1", "ace/1024/l4"}) {
     const Result* a = get(id);
     const Result* z = get("zlib-6");
@@ -507,11 +514,10 @@ void PrintReport(const Options& o, const std::vector<DataSet>& files, const Data
     const double raw = MBps(a->size, a->decodeOnlySeconds);
     const double crc = MBps(a->size, a->decompressSeconds);
     const double y = MBps(z->size, z->decompressSeconds);
-    targets.push_back({std::string("decoder vs zlib inflate (data of ") + id + ")", raw / y, 1.5,
-                       Fixed(raw, 1) + " vs " + Fixed(y, 1) +
-                           " MB/s; with the CRC-32 that "
-                           "extraction adds " +
-                           Fixed(crc, 1) + " MB/s = " + Fixed(crc / y, 2) + "x"});
+    targets.push_back({std::string("extraction (decoder + CRC-32) vs zlib inflate, data of ") + id,
+                       crc / y, 2.0,
+                       Fixed(crc, 1) + " vs " + Fixed(y, 1) + " MB/s; the decoder alone " +
+                           Fixed(raw, 1) + " MB/s = " + Fixed(raw / y, 2) + "x"});
   }
   speed("ace/1024/l4", "xz-6", 1.0, "level 4 (optimal) compression vs xz -6");
   if (const Result* a = get("ace/1024/l4"); a && get("bzip2-9")) {
