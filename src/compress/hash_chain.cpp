@@ -223,6 +223,9 @@ struct Engine {
       h = M::Update(h, here[k + 2]);
     }
     bool walk = true;
+    // A walk at depth k may be followed by one at depth 0: its chain is loaded
+    // alongside, so that the two walks' cache misses overlap.
+    uint32_t shadow = k != 0 ? head[s.hash] & kPositionMask : 0;
     if (k == kMaxCrowdDepth) {
       head[h] &= kPositionMask;
       walk = false;
@@ -246,6 +249,7 @@ struct Engine {
           // both loads miss the cache on large windows.
           const uint32_t next = s.chain[candidate & (D - 1)];
           if (next > limit) __builtin_prefetch(w + (next - k) + best - 1);
+          if (shadow != 0) shadow = s.chain[shadow & (D - 1)];
           const uint32_t start = candidate - k;
           const uint8_t* there = w + start;
           // Only a candidate that agrees in the bytes at best - 1 and best can
@@ -261,10 +265,12 @@ struct Engine {
           candidate = next;
         }
       }
+      s.shadowEnd = shadow;  // a use, so that the loads stay
       if (best > k + 2 || k == 0) break;
       // The deeper walk cannot see matches of k + 2 bytes or less: look for
       // them at depth 0.
       maxLength = k + 2;
+      shadow = 0;
       k = 0;
       h = s.hash;
       walk = true;
