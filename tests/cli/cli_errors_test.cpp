@@ -35,7 +35,6 @@ class CliWithArchive : public testing::Test {
 
 TEST_F(CliWithArchive, ExistingFilesAreNotOverwrittenWithoutATerminal) {
   RunResult first = RunHere({"x", "s.ace", "-o", "out"});
-  SKIP_IF_NOT_LANDED(first, "extraction");
   ASSERT_EQ(first.exitCode, 0) << first.err;
   fs::path shortTxt = Path("out/short.txt");
   acetest::WriteFileText(shortTxt, "changed by the user");
@@ -57,7 +56,6 @@ TEST_F(CliWithArchive, ExistingFilesAreNotOverwrittenWithoutATerminal) {
 
 TEST_F(CliWithArchive, WithoutATerminalEachFileGetsALineAndQuietGetsNone) {
   RunResult plain = RunHere({"x", "s.ace", "-o", "plain"});
-  SKIP_IF_NOT_LANDED(plain, "extraction");
   ASSERT_EQ(plain.exitCode, 0) << plain.err;
   for (const char* name : {"docs/alice29.txt", "data/lcg8k", "short.txt"}) {
     EXPECT_NE(plain.err.find(std::string("extracting ") + name + "\n"), std::string::npos) << name;
@@ -83,7 +81,6 @@ TEST_F(CliWithArchive, DamagedDataIsNamedAndExitsWithThree) {
   FlipByte(Path("s.ace"), (*lcg)["header_offset"].u64() + (*lcg)["header_size"].u64() + 4000);
 
   RunResult tested = RunHere({"t", "s.ace"});
-  SKIP_IF_NOT_LANDED(tested, "testing");
   EXPECT_EQ(tested.exitCode, 3) << tested.err;
   EXPECT_NE(tested.err.find("damaged entry data/lcg8k"), std::string::npos) << tested.err;
   EXPECT_NE(tested.err.find("9009 AR_ARCHIVE_ERROR"), std::string::npos) << tested.err;
@@ -94,7 +91,7 @@ TEST_F(CliWithArchive, DamagedDataIsNamedAndExitsWithThree) {
   EXPECT_EQ(extracted.exitCode, 3) << extracted.err;
   EXPECT_NE(extracted.err.find("damaged entry data/lcg8k"), std::string::npos) << extracted.err;
   EXPECT_EQ(extracted.err.find("damaged entry docs"), std::string::npos) << extracted.err;
-  EXPECT_EQ(Text(Path("out/docs/alice29.txt")), Text(GoldenSource("docs/alice29.txt")));
+  EXPECT_EQ(acetest::DataCrc(acetest::ReadFileBytes(Path("out/docs/alice29.txt"))), 0x99FF8245u);
 }
 
 TEST_F(CliWithArchive, ALockedArchiveRefusesChangesAndStaysAsItWas) {
@@ -103,11 +100,9 @@ TEST_F(CliWithArchive, ALockedArchiveRefusesChangesAndStaysAsItWas) {
   EXPECT_EQ(RunHere({"l", "s.ace"}).exitCode, 0) << "reading a locked archive works";
   acetest::WriteFileText(Path("new.txt"), "new");
   RunResult added = RunHere({"a", "s.ace", "new.txt"});
-  SKIP_IF_NOT_LANDED(added, "adding to archives");
   EXPECT_EQ(added.exitCode, 2);
   EXPECT_NE(added.err.find("archive is locked (9954 AR_LOCKED)"), std::string::npos) << added.err;
   RunResult deleted = RunHere({"d", "s.ace", "*.txt"});
-  SKIP_IF_NOT_LANDED(deleted, "deleting");
   EXPECT_EQ(deleted.exitCode, 2);
   EXPECT_NE(deleted.err.find("9954 AR_LOCKED"), std::string::npos) << deleted.err;
   EXPECT_EQ(acetest::ReadFileBytes(Path("s.ace")), before);
@@ -121,7 +116,6 @@ TEST_F(CliWithArchive, APasswordRequestWithoutTerminalStopsUnlessGiven) {
   ASSERT_TRUE(ListJson(Path("s.ace"))["summary"]["encrypted"].boolean);
 
   RunResult stopped = RunHere({"x", "s.ace", "-o", "out"});
-  SKIP_IF_NOT_LANDED(stopped, "extraction");
   EXPECT_EQ(stopped.exitCode, 2) << stopped.err;
   EXPECT_NE(stopped.err.find("short.txt needs a password"), std::string::npos) << stopped.err;
   EXPECT_NE(stopped.err.find("-p"), std::string::npos) << stopped.err;
@@ -133,7 +127,6 @@ TEST_F(CliWithArchive, APasswordRequestWithoutTerminalStopsUnlessGiven) {
 TEST_F(CliWithArchive, AddingToAnArchiveKeepsWhatItHeld) {
   acetest::WriteFileText(Path("extra.txt"), "added later\n");
   RunResult added = RunHere({"a", "s.ace", "extra.txt"});
-  SKIP_IF_NOT_LANDED(added, "adding to archives");
   EXPECT_EQ(added.exitCode, 0) << added.err;
   std::vector<std::string> names = EntryNames(ListJson(Path("s.ace")));
   EXPECT_NE(std::find(names.begin(), names.end(), "extra.txt"), names.end());
@@ -145,7 +138,6 @@ TEST_F(CliWithArchive, ReplacingAnEntryIsRefusedWithoutATerminal) {
   acetest::WriteFileText(Path("short.txt"), "a newer short.txt");
   acetest::Bytes before = acetest::ReadFileBytes(Path("s.ace"));
   RunResult added = RunHere({"a", "s.ace", "short.txt"});
-  SKIP_IF_NOT_LANDED(added, "adding to archives");
   EXPECT_EQ(added.exitCode, 1) << added.err;
   EXPECT_NE(added.err.find("kept the archived short.txt"), std::string::npos) << added.err;
   RunResult replaced = RunHere({"a", "-y", "s.ace", "short.txt"});
@@ -158,7 +150,6 @@ TEST_F(CliWithArchive, ReplacingAnEntryIsRefusedWithoutATerminal) {
 
 TEST_F(CliWithArchive, DeleteRemovesTheSelectedEntries) {
   RunResult deleted = RunHere({"d", "s.ace", "*.txt"});
-  SKIP_IF_NOT_LANDED(deleted, "deleting");
   EXPECT_EQ(deleted.exitCode, 0) << deleted.err;
   EXPECT_NE(deleted.out.find("3 entries deleted"), std::string::npos) << deleted.out;
   std::vector<std::string> names = EntryNames(ListJson(Path("s.ace")));
@@ -171,7 +162,6 @@ TEST_F(CliWithArchive, DeleteRemovesTheSelectedEntries) {
 
 TEST_F(CliWithArchive, MkdirAddsADirectoryOnceOnly) {
   RunResult made = RunHere({"mkdir", "s.ace", "newdir"});
-  SKIP_IF_NOT_LANDED(made, "directory entries");
   EXPECT_EQ(made.exitCode, 0) << made.err;
   const Json listing = ListJson(Path("s.ace"));
   const Json* entry = FindEntry(listing, "newdir/");
@@ -205,7 +195,6 @@ TEST_F(CliWithArchive, EntriesThatWouldLeaveTheOutputFolderAreRefused) {
   FixHeaderChecksum(Path("s.ace"), header);
 
   RunResult extracted = RunHere({"x", "s.ace", "-o", "out"});
-  SKIP_IF_NOT_LANDED(extracted, "listing");
   EXPECT_EQ(extracted.exitCode, 2) << extracted.err;
   EXPECT_NE(extracted.err.find("refusing to extract ../e/alice29.txt"), std::string::npos)
       << extracted.err;
@@ -213,7 +202,6 @@ TEST_F(CliWithArchive, EntriesThatWouldLeaveTheOutputFolderAreRefused) {
   EXPECT_FALSE(fs::exists(Path("out")));
   // Without paths only the final name counts, which is harmless.
   RunResult flat = RunHere({"e", "-q", "s.ace", "-o", "flat"});
-  SKIP_IF_NOT_LANDED(flat, "extraction");
   EXPECT_EQ(flat.exitCode, 0) << flat.err;
   EXPECT_TRUE(fs::exists(Path("flat/alice29.txt")));
 }
@@ -228,7 +216,6 @@ TEST(CliInterrupt, CtrlCStopsCleanlyWithFour) {
                              acetest::RandomBytes(4 << 20, static_cast<uint32_t>(i))));
   }
   RunResult probe = RunAcearc({"a", "probe.ace", "big/part0"}, dir.path());
-  SKIP_IF_NOT_LANDED(probe, "creating archives");
 
   pid_t child = fork();
   if (child == 0) {
@@ -264,7 +251,6 @@ TEST(CliVanishing, AFileRemovedWhileAddingIsSkippedWithAWarning) {
   acetest::WriteFileBytes(dir.path() / "a_big.bin", acetest::RandomBytes(24 << 20, 5));
   acetest::WriteFileText(dir.path() / "b_small.txt", "here at the start");
   RunResult probe = RunAcearc({"a", "probe.ace", "b_small.txt"}, dir.path());
-  SKIP_IF_NOT_LANDED(probe, "creating archives");
 
   acetest::TempDir capture;
   pid_t child = fork();

@@ -34,11 +34,10 @@ void FixHeaderCrc(acetest::Bytes& bytes, size_t header) {
 
 }  // namespace
 
-fs::path GoldenArchive() { return acetest::SharedDir() / "vectors" / "archives" / "plain.ace"; }
+fs::path GoldenArchive() { return acetest::VectorsDir() / "archives" / "plain.ace"; }
 
 fs::path GoldenSource(const std::string& name) {
-  fs::path vectors = acetest::SharedDir() / "vectors";
-  if (name == "docs/alice29.txt") return acetest::SharedDir() / "corpus" / "alice29.txt";
+  fs::path vectors = acetest::VectorsDir();
   if (name == "data/lcg8k") return vectors / "inputs" / "lcg8k";
   if (name == "data/pattern60k") return vectors / "inputs" / "pattern60k";
   if (name == "short.txt") return vectors / "inputs" / "short";

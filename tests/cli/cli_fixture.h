@@ -16,13 +16,6 @@
 
 namespace clitest {
 
-// Skips the test while a plug-in export it needs is still a stub.
-#define SKIP_IF_NOT_LANDED(result, what)                                      \
-  do {                                                                        \
-    if ((result).err.find("32770 AR_NOT_SUPPORTED") != std::string::npos)     \
-      GTEST_SKIP() << what << " is not in the plug-in yet: " << (result).err; \
-  } while (0)
-
 // A name with a character outside ASCII that the archive's code page holds.
 inline const std::string kAccentedName = "na\xC3\xAFve caf\xC3\xA9.txt";
 

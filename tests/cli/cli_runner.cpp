@@ -158,19 +158,3 @@ int TerminalSession::Finish(std::chrono::seconds timeout) {
 }
 
 }  // namespace clitest
-
-namespace {
-
-// The 32-bit build leaves acearc out; its tests then have nothing to run.
-class AcearcBuilt : public testing::Environment {
- public:
-  void SetUp() override {
-    if (!std::filesystem::exists(clitest::AcearcPath())) {
-      GTEST_SKIP() << "acearc is not built here (ACEPLUG_BUILD_CLI=OFF)";
-    }
-  }
-};
-
-testing::Environment* const kAcearcBuilt = testing::AddGlobalTestEnvironment(new AcearcBuilt);
-
-}  // namespace

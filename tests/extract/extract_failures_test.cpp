@@ -76,7 +76,7 @@ TEST_F(Failures, StatusesAndWhatIsLeft) {
        {"bad.txt"},
        [&] {
          EXPECT_TRUE(fs::exists(OutFile("a.txt")));
-         EXPECT_EQ(ReadFileBytes(OutFile("c.txt")), TextBytes("last"));
+         EXPECT_EQ(ReadFileBytes(OutFile("c.txt")), AsBytes("last"));
        }},
       {"without a replace procedure the file is overwritten",
        {Stored("a.txt", "new contents")},
@@ -87,7 +87,7 @@ TEST_F(Failures, StatusesAndWhatIsLeft) {
        },
        AR_OK,
        {},
-       [&] { EXPECT_EQ(ReadFileBytes(OutFile("a.txt")), TextBytes("new contents")); }},
+       [&] { EXPECT_EQ(ReadFileBytes(OutFile("a.txt")), AsBytes("new contents")); }},
       {"a cancelled progress stops at once",
        abc,
        [&] {
@@ -133,7 +133,7 @@ TEST_F(Failures, StatusesAndWhatIsLeft) {
        [&] { Extract(); },
        AR_OK,
        {},
-       [&] { EXPECT_EQ(ReadFileBytes(OutFile("evil")), TextBytes("payload")); }},
+       [&] { EXPECT_EQ(ReadFileBytes(OutFile("evil")), AsBytes("payload")); }},
       {"a null mask list is refused",
        {Stored("a.txt", "x")},
        [&] { ExtractFileMaskListArc(nullptr); },
@@ -192,7 +192,7 @@ TEST_P(Overwrite, AnswerDecides) {
   EXPECT_EQ(std::string(entry.cFileName), "a.txt");
   EXPECT_EQ(entry.nFileSizeLow, e.data.size());
   EXPECT_EQ(entry.dwFileAttributes, 0x20u);
-  EXPECT_EQ(ReadFileBytes(existing), c.replaced ? e.data : TextBytes("on disk"));
+  EXPECT_EQ(ReadFileBytes(existing), c.replaced ? e.data : AsBytes("on disk"));
   EXPECT_EQ(fs::exists(OutFile("b.txt")), c.laterExtracted);
   EXPECT_TRUE(FilesNamed(".$UN").empty());
   SetFileAttributesA(existing.string().c_str(), FILE_ATTRIBUTE_ARCHIVE);

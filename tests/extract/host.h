@@ -153,10 +153,10 @@ class ExtractFixture : public ::testing::Test {
 };
 
 inline std::string GoldenArchive(const std::string& name) {
-  return (SharedDir() / "vectors" / "archives" / name).string();
+  return (VectorsDir() / "archives" / name).string();
 }
 inline AceEntry Stored(const std::string& name, const std::string& text) {
-  return AceEntry{.name = name, .data = TextBytes(text)};
+  return AceEntry{.name = name, .data = AsBytes(text)};
 }
 
 }  // namespace acetest

@@ -43,7 +43,7 @@ uint16_t FirstInSortOrder(int count) {
 TEST(CommentDecoder, GoldenBlocksDecodeExactly) {
   for (const std::string name : {"comment-short", "comment-long"}) {
     SCOPED_TRACE(name);
-    const auto dir = TestDataDir() / "comments";
+    const auto dir = VectorsDir() / "comments";
     const Decoded d = Decode(ReadFileBytes(dir / (name + ".bin")));
     ASSERT_EQ(d.result, 1);
     EXPECT_EQ(FirstDifference(ReadFileBytes(dir / (name + ".txt")), d.text), "");

@@ -76,7 +76,7 @@ uint32_t Hex(const std::string& text) {
 uint32_t Dec(const std::string& text) { return static_cast<uint32_t>(std::stoul(text)); }
 
 TEST(GoldenArchives, ListExactlyAsDescribed) {
-  const auto dir = acetest::SharedDir() / "vectors" / "archives";
+  const auto dir = acetest::VectorsDir() / "archives";
   const auto listing = ReadListing(dir / "listing.json");
   ASSERT_EQ(listing.size(), 2u);
   for (const auto& [name, want] : listing) {

@@ -167,7 +167,7 @@ TEST(ScanFirstHeader, FindsTheFirstValidFileHeaderThatEndsInTheWindow) {
 
 // ---- the writer ----
 
-Bytes PlainArchive() { return ReadFileBytes(SharedDir() / "vectors" / "archives" / "plain.ace"); }
+Bytes PlainArchive() { return ReadFileBytes(VectorsDir() / "archives" / "plain.ace"); }
 
 TEST(MainHeader, MatchesTheGoldenArchiveAndCarriesTheSolidFlag) {
   const Bytes golden = PlainArchive();

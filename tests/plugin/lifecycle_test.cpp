@@ -28,9 +28,7 @@ int32_t ProgressRecorder(AceContext, int32_t, int32_t) {
   return 0;
 }
 
-std::string PlainArchive() {
-  return (acetest::SharedDir() / "vectors" / "archives" / "plain.ace").string();
-}
+std::string PlainArchive() { return (acetest::VectorsDir() / "archives" / "plain.ace").string(); }
 
 // Settings that the resets may or may not clear.
 void GiveEverySetting() {

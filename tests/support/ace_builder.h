@@ -47,11 +47,6 @@ struct AceMain {
   bool badChecksum = false;
 };
 
-inline uint32_t DataCrc(const Bytes& data) {
-  return ace::Crc32Update(ace::kCrcInit, data.data(), data.size());
-}
-inline Bytes TextBytes(const std::string& text) { return Bytes(text.begin(), text.end()); }
-
 inline void PutU16(Bytes& b, uint32_t v) {
   b.push_back(static_cast<uint8_t>(v));
   b.push_back(static_cast<uint8_t>(v >> 8));
@@ -85,13 +80,13 @@ inline Bytes AceHeader(const Bytes& body, std::optional<uint32_t> headSize = {},
 inline Bytes AceMainHeader(const AceMain& m) {
   Bytes body = {0};
   PutU16(body, m.flags | 0x1000u | (m.comment.empty() ? 0 : 0x0002u));
-  Append(body, TextBytes("**ACE**"));
+  Append(body, AsBytes("**ACE**"));
   Append(body, {m.extractVersion, 20, m.host, m.volume});
   PutU32(body, 0x2C619963u);
   body.resize(body.size() + 8, 0);
   const std::string advert = "aceplug test archive  ";
   body.push_back(static_cast<uint8_t>(advert.size()));
-  Append(body, TextBytes(advert));
+  Append(body, AsBytes(advert));
   if (!m.comment.empty()) {
     PutU16(body, static_cast<uint32_t>(m.comment.size()));
     Append(body, m.comment);
@@ -135,7 +130,7 @@ inline Bytes AceEntryBytes(const AceEntry& e) {
   PutU16(body, e.dictCode);
   PutU16(body, 0);
   PutU16(body, e.nameSize.value_or(static_cast<uint32_t>(e.name.size())));
-  Append(body, TextBytes(e.name));
+  Append(body, AsBytes(e.name));
   PutU16(body, static_cast<uint32_t>(e.comment.size()));
   Append(body, e.comment);
   return Join({AceHeader(body, e.headSize, e.badChecksum), packed});

@@ -24,14 +24,14 @@ TEST(DecoderGolden, EveryRowDecodesToItsInput) {
   int singles = 0, run = 0;
   for (const VectorRow& row : VectorRows()) {
     SCOPED_TRACE(row.packed);
-    const Bytes input = VectorBytes(row.input);
-    ASSERT_EQ(input.size(), row.size);
     const bool single = row.run == "-";
     if (!single) ASSERT_EQ(row.runIndex, run++);
     auto result =
         DecodeFile(single ? decoder : solid, VectorBytes(row.packed), row.size, row.runIndex > 0);
     ASSERT_EQ(result.status, DecodeStatus::kOk) << ace::DecodeStatusText(result.status);
-    ASSERT_TRUE(result.output == input);
+    ASSERT_EQ(result.output.size(), row.size);
+    ASSERT_EQ(DataCrc(result.output), row.crc);
+    if (!row.InCorpus()) ASSERT_TRUE(result.output == VectorBytes(row.input));
     singles += single;
   }
   EXPECT_EQ(singles, 25);

@@ -101,7 +101,7 @@ class Library : public ::testing::Test {
   static AceEntry Stored(const std::string& name, const std::string& text) {
     AceEntry e;
     e.name = name;
-    e.data = TextBytes(text);
+    e.data = AsBytes(text);
     return e;
   }
 
@@ -131,7 +131,7 @@ TEST_F(Library, ReadArchiveDataFindsTheMainHeaderBehindAPrefix) {
   EXPECT_EQ(data.ArchiveData->VersionExtract, 10u);
 
   AceReadArchiveDataStruc none{};
-  EXPECT_NE(read_(Write(TextBytes("**ACE** but nothing else"), "b.ace").c_str(), &none), 0);
+  EXPECT_NE(read_(Write(AsBytes("**ACE** but nothing else"), "b.ace").c_str(), &none), 0);
   EXPECT_EQ(none.ArchiveData, nullptr);
   EXPECT_NE(read_((dir_ / "missing.ace").c_str(), &none), 0);
   EXPECT_EQ(none.ArchiveData, nullptr);
@@ -175,9 +175,9 @@ TEST_F(Library, DefaultOutputNamesFollowExcludePath) {
   destination_ = out_ + "\\";
   const std::string archive = Write(AceArchive({Stored("d\\e\\f.txt", "deep")}));
   EXPECT_EQ(Extract(archive), 0);
-  EXPECT_EQ(ReadFileBytes(std::filesystem::path(out_) / "d" / "e" / "f.txt"), TextBytes("deep"));
+  EXPECT_EQ(ReadFileBytes(std::filesystem::path(out_) / "d" / "e" / "f.txt"), AsBytes("deep"));
   EXPECT_EQ(Extract(archive, "", 1), 0);
-  EXPECT_EQ(ReadFileBytes(std::filesystem::path(out_) / "f.txt"), TextBytes("deep"));
+  EXPECT_EQ(ReadFileBytes(std::filesystem::path(out_) / "f.txt"), AsBytes("deep"));
 }
 
 TEST_F(Library, FileRecordDescribesTheEntry) {
@@ -291,7 +291,7 @@ TEST_F(Library, TestStepsOverJunkAndRecoveryRecordsAndStopsAtABrokenHeader) {
 TEST_F(Library, VolumesAreRequestedAndMustContinueTheEntry) {
   AceEntry head = Stored("span.txt", "0123456789");
   head.flags |= 0x2000;
-  head.packed = TextBytes("01234");
+  head.packed = AsBytes("01234");
   const std::string archive = Write(AceArchive({head}), "vol.ace");
   AceTestStruc t{};
   t.Files.FileList = "";

@@ -23,7 +23,7 @@ namespace {
 acetest::AceEntry Stored(const std::string& name, const std::string& text) {
   acetest::AceEntry e;
   e.name = name;
-  e.data = acetest::TextBytes(text);
+  e.data = acetest::AsBytes(text);
   return e;
 }
 

@@ -25,7 +25,7 @@ namespace {
 acetest::AceEntry Stored(const std::string& name, const std::string& text, uint8_t dictCode = 6) {
   acetest::AceEntry e;
   e.name = name;
-  e.data = acetest::TextBytes(text);
+  e.data = acetest::AsBytes(text);
   e.dictCode = dictCode;
   return e;
 }

@@ -40,7 +40,7 @@ class UpdateArchiveTest : public ArchiveChangeTest {
                                   uint8_t dictCode = 6) {
     acetest::AceEntry e;
     e.name = name;
-    e.data = acetest::TextBytes(text);
+    e.data = acetest::AsBytes(text);
     e.dictCode = dictCode;
     return e;
   }
