@@ -169,7 +169,7 @@ Listing List(const std::string& archive, const std::vector<std::string>& masks) 
   return out;
 }
 
-uint16_t Test(const std::string& archive, Host* host) {
+uint16_t TestArchive(const std::string& archive, Host* host) {
   if (Open(archive, nullptr, host)) TestArc();
   return Close();
 }

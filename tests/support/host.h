@@ -69,7 +69,7 @@ Listing ListOpen(const std::vector<std::string>& masks = {"*.*"});
 // Opens `archive`, lists it and closes it again.
 Listing List(const std::string& archive, const std::vector<std::string>& masks = {"*.*"});
 
-uint16_t Test(const std::string& archive, Host* host = nullptr);
+uint16_t TestArchive(const std::string& archive, Host* host = nullptr);
 uint16_t Extract(const std::string& archive, const std::string& outDir,
                  const std::vector<std::string>& masks = {"*.*"}, int32_t restorePaths = 1,
                  Host* host = nullptr, const std::string& relativePath = "");

@@ -1,5 +1,6 @@
 #include "support/test_support.h"
 
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -12,6 +13,19 @@
 namespace fs = std::filesystem;
 
 namespace acetest {
+namespace {
+
+// Local time is Berlin's in every program, as CTest sets it, so that DOS
+// stamps and their summer and winter offsets are the same on any machine.
+class BerlinTime : public ::testing::Environment {
+  void SetUp() override {
+    setenv("TZ", "Europe/Berlin", 1);
+    tzset();
+  }
+};
+::testing::Environment* const kBerlinTime = ::testing::AddGlobalTestEnvironment(new BerlinTime);
+
+}  // namespace
 
 TempDir::TempDir() {
   std::string pattern = (fs::temp_directory_path() / "acetest-XXXXXX").string();
