@@ -1,0 +1,117 @@
+// The file layer's mode letters, DOS stamps of files and of the clock (local
+// time, two-second steps, nothing before 1980), and fresh temporary names:
+// "<number>.$TM" beside the archive and a numbered folder in the system's
+// temporary folder, never one that is taken.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cctype>
+#include <ctime>
+#include <filesystem>
+
+#include "fs/dos_time.h"
+#include "fs/file_layer.h"
+#include "fs/temp_names.h"
+#include "support/test_support.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace ace;
+
+TEST(FileLayer, TheFirstLetterOfTheModeDecides) {
+  acetest::TempDir dir;
+  const struct {
+    const char* mode;
+    bool opensExisting, truncates, createsMissing, reads, writes;
+  } cases[] = {{"rb", true, false, false, true, false},
+               {"wb", true, true, true, false, true},
+               {"b", true, true, true, true, true},
+               {"v", true, false, false, false, true},
+               {"ab", false, false, false, false, false}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.mode);
+    acetest::WriteFileText(dir / "existing", "content");
+    fs::remove(dir / "missing");
+    FileHandle h = FileOpen((dir / "existing").c_str(), c.mode);
+    ASSERT_EQ(h != kNoFile, c.opensExisting);
+    if (h != kNoFile) {
+      char buf[4];
+      EXPECT_EQ(FileRead(buf, 4, h) >= 0, c.reads);
+      EXPECT_EQ(FileWrite("xy", 2, h) == 2, c.writes);
+      EXPECT_EQ(FileClose(h), 1);
+    }
+    EXPECT_EQ(fs::file_size(dir / "existing"), c.truncates ? 2u : 7u);
+    h = FileOpen((dir / "missing").c_str(), c.mode);
+    EXPECT_EQ(h != kNoFile, c.createsMissing);
+    if (h != kNoFile) FileClose(h);
+  }
+  EXPECT_EQ(FileSize(kNoFile), -1);
+  EXPECT_EQ(FileSeek(kNoFile, 0, 0), -1);
+}
+
+TEST(DosTime, FileStampsAreLocalAndStartIn1980) {
+  acetest::TempDir dir;
+  acetest::WriteFileText(dir / "t", "t");
+  const struct {
+    time_t utc;
+    uint32_t stamp;
+  } cases[] = {
+      {1705320003, (((44u << 9) | (1u << 5) | 15u) << 16) | (13u << 11) | 1u},  // 13:00:03 winter
+      {1721046659, (((44u << 9) | (7u << 5) | 15u) << 16) | (14u << 11) | (30u << 5) | 29u},
+      {315529199, 0x00410000},  // 1979-12-31 23:59:59 local: 1 February 1980
+      {315529200, ((1u << 5) | 1u) << 16},
+  };
+  for (const auto& c : cases) {
+    const timespec times[2] = {{c.utc, 0}, {c.utc, 0}};
+    ASSERT_EQ(utimensat(AT_FDCWD, (dir / "t").c_str(), times, 0), 0);
+    FileHandle h = FileOpen((dir / "t").c_str(), "rb");
+    uint32_t stamp = 0;
+    EXPECT_EQ(GetFileDosStamp(h, &stamp), 0);
+    FileClose(h);
+    EXPECT_EQ(stamp, c.stamp) << c.utc;
+    if (c.utc > 315529200) EXPECT_EQ(FileTimeToDosStamp(DosStampToFileTime(stamp)), stamp);
+  }
+  uint32_t stamp = 0;
+  EXPECT_EQ(GetFileDosStamp(kNoFile, &stamp), -1);
+  EXPECT_EQ(FileTimeToDosStamp(DosStampToFileTime(0)), 0x00410000u);  // no real moment
+  const FILETIME now = DosStampToFileTime(CurrentDosStamp());
+  const int64_t seconds =
+      static_cast<int64_t>((uint64_t{now.dwHighDateTime} << 32 | now.dwLowDateTime) / 10000000) -
+      11644473600;
+  EXPECT_NEAR(static_cast<double>(seconds), static_cast<double>(std::time(nullptr)), 3.0);
+}
+
+bool Numbered(const std::string& s) {
+  return !s.empty() && s[0] != '0' && s.size() <= 5 && std::all_of(s.begin(), s.end(), ::isdigit);
+}
+
+TEST(TempNames, FreshNamesBesideTheArchiveAndInTheTemporaryFolder) {
+  acetest::TempDir dir;
+  char first[260], second[260];
+  ASSERT_EQ(MakeTempNameBeside((dir.str() + "\\x.ace").c_str(), first), 1);
+  const std::string name = std::string(first).substr(dir.str().size() + 1);
+  ASSERT_EQ(std::string(first).rfind(dir.str() + "\\", 0), 0u) << first;
+  EXPECT_EQ(name.substr(name.size() - 4), ".$TM");
+  EXPECT_TRUE(Numbered(name.substr(0, name.size() - 4))) << name;
+  acetest::WriteFileText(dir / name, "taken");
+  ASSERT_EQ(MakeTempNameBeside((dir.str() + "\\x.ace").c_str(), second), 1);
+  EXPECT_STRNE(first, second);
+  EXPECT_FALSE(IsExistingFile(second));
+
+  acetest::ScopedTempFolder tmp(dir.path());
+  char folder[354];
+  ASSERT_EQ(MakeTempDirName(folder, sizeof folder), 1);
+  ASSERT_EQ(std::string(folder).rfind(dir.str() + "/", 0), 0u) << folder;
+  EXPECT_TRUE(Numbered(std::string(folder).substr(dir.str().size() + 1))) << folder;
+  fs::create_directory(folder);
+  char again[354];
+  ASSERT_EQ(MakeTempDirName(again, sizeof again), 1);
+  EXPECT_FALSE(fs::exists(again));
+  std::string small(dir.str().size() + 2, '\0');  // room for the folder, not the number
+  EXPECT_EQ(MakeTempDirName(small.data(), small.size()), 0);
+}
+
+}  // namespace
