@@ -18,7 +18,6 @@ namespace acetest {
 namespace {
 
 namespace fs = std::filesystem;
-using Tree = std::vector<std::pair<std::string, std::string>>;
 
 std::string Golden(const std::string& name) { return (VectorsDir() / "archives" / name).string(); }
 AceEntry Stored(const std::string& name, const std::string& text) {

@@ -75,8 +75,8 @@ void WriteFileText(const fs::path& path, const std::string& text) {
   WriteFileBytes(path, AsBytes(text));
 }
 
-std::vector<std::pair<std::string, std::string>> ReadTree(const fs::path& dir) {
-  std::vector<std::pair<std::string, std::string>> out;
+Tree ReadTree(const fs::path& dir) {
+  Tree out;
   for (const auto& e : fs::recursive_directory_iterator(dir)) {
     const std::string name = fs::relative(e.path(), dir).generic_string();
     out.emplace_back(e.is_directory() ? name + "/" : name,

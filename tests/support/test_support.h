@@ -47,9 +47,10 @@ Bytes ReadFileBytes(const std::filesystem::path& path);
 std::string ReadFileText(const std::filesystem::path& path);
 void WriteFileBytes(const std::filesystem::path& path, const Bytes& data);
 void WriteFileText(const std::filesystem::path& path, const std::string& text);
-// Every file below `dir` (relative, "/" separated) with its contents; folders
-// end in "/" and have no contents.
-std::vector<std::pair<std::string, std::string>> ReadTree(const std::filesystem::path& dir);
+// Every file below `dir` (relative, "/" separated) with its contents, sorted;
+// folders end in "/" and have no contents.
+using Tree = std::vector<std::pair<std::string, std::string>>;
+Tree ReadTree(const std::filesystem::path& dir);
 
 std::filesystem::path VectorsDir();  // tests/data/vectors
 std::filesystem::path BinDir();      // libaceplug.so, UnAceV2.Dll, acearc

@@ -16,8 +16,6 @@
 
 namespace acetest {
 
-using Tree = std::vector<std::pair<std::string, std::string>>;
-
 class ArchiveFolder : public ::testing::Test {
  protected:
   void SetUp() override {

@@ -1,0 +1,370 @@
+// acearc from the command line, without a terminal: help and bad command
+// lines, a sample tree that comes back byte by byte (folders, empty files,
+// accents, read-only flag, times) for several settings, how the add options
+// shape the stored names, the golden archives, changes, the answers that
+// lose nothing, damage and locks named with their exit codes, and Ctrl-C.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <thread>
+
+#include "cli/runner.h"
+#include "format/crc32.h"
+#include "support/json.h"
+#include "support/test_support.h"
+
+namespace clitest {
+namespace {
+
+namespace fs = std::filesystem;
+using acetest::Json;
+using Strings = std::vector<std::string>;
+
+const std::string kAccented = "na\xC3\xAFve caf\xC3\xA9.txt";
+
+class Acearc : public ::testing::Test {
+ protected:
+  RunResult Run(const Strings& args, const std::string& cwd = "") {
+    return RunAcearc(args, dir_.path() / cwd);
+  }
+  fs::path Path(const std::string& name) const { return dir_.path() / name; }
+  // tree/: text in nested folders, an incompressible file, an empty file and
+  // folder, an accented name and a read-only file.
+  Strings MakeTree() {
+    const std::pair<std::string, std::string> files[] = {
+        {"README.txt", std::string(9000, 'r')},
+        {"src/main.c", std::string(6000, 'm')},
+        {"src/lib/util.c", "static int helper(int x) { return x; }\n"},
+        {"data/noise.bin", std::string(70000, 'n')},
+        {"empty.txt", ""},
+        {kAccented, "accents survive the trip\n"},
+        {"readonly.txt", "do not change me\n"}};
+    for (const auto& [name, text] : files) {
+      fs::create_directories((Path("tree") / name).parent_path());
+      acetest::WriteFileText(Path("tree") / name, text);
+    }
+    const acetest::Bytes noise = acetest::RandomBytes(70000, 7);
+    acetest::WriteFileBytes(Path("tree/data/noise.bin"), noise);
+    fs::create_directories(Path("tree/emptydir"));
+    fs::permissions(Path("tree/readonly.txt"), fs::perms::owner_read);
+    return {"tree/",          "tree/README.txt", "tree/data/",          "tree/data/noise.bin",
+            "tree/empty.txt", "tree/emptydir/",  "tree/" + kAccented,   "tree/readonly.txt",
+            "tree/src/",      "tree/src/lib/",   "tree/src/lib/util.c", "tree/src/main.c"};
+  }
+  Json List(const std::string& archive) {
+    const RunResult listed = Run({"l", "--json", archive});
+    EXPECT_EQ(listed.exitCode, 0) << listed.err;
+    const auto json = acetest::ParseJson(listed.out);
+    EXPECT_TRUE(json.has_value()) << "not JSON:\n" << listed.out;
+    return json.value_or(Json{});
+  }
+  Strings Names(const std::string& archive) {
+    Strings names;
+    const Json listing = List(archive);
+    for (const Json& e : listing["entries"].items) names.push_back(e["name"].text);
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+  void CopyGolden() {
+    fs::copy_file(acetest::VectorsDir() / "archives/plain.ace", Path("s.ace"));
+    fs::permissions(Path("s.ace"), fs::perms::owner_write, fs::perm_options::add);
+  }
+  // Changes header bytes at `offset` and fixes the header's checksum.
+  void EditHeader(uint64_t header, size_t offset, const std::string& bytes) {
+    acetest::Bytes b = acetest::ReadFileBytes(Path("s.ace"));
+    std::copy(bytes.begin(), bytes.end(), b.begin() + static_cast<long>(header + offset));
+    const uint32_t crc =
+        ace::Crc32Update(ace::kCrcInit, b.data() + header + 4, b[header + 2] | b[header + 3] << 8);
+    b[header] = static_cast<uint8_t>(crc);
+    b[header + 1] = static_cast<uint8_t>(crc >> 8);
+    acetest::WriteFileBytes(Path("s.ace"), b);
+  }
+  uint64_t HeaderOf(const std::string& name) {
+    const Json listing = List("s.ace");
+    for (const Json& e : listing["entries"].items) {
+      if (e["name"].text == name) return e["header_offset"].u64();
+    }
+    ADD_FAILURE() << name << " not listed";
+    return 0;
+  }
+  acetest::TempDir dir_;
+};
+
+bool Has(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+TEST_F(Acearc, HelpVersionAndBadCommandLines) {
+  const RunResult help = Run({"--help"});
+  EXPECT_EQ(help.exitCode, 0);
+  for (const char* word : {" a ", " l ", " t ", " x ", " e ", " d ", " mkdir ", "Exit codes"}) {
+    EXPECT_TRUE(Has(help.out, word)) << word;
+  }
+  for (const char* command : {"a", "l", "t", "x", "e", "d", "mkdir"}) {
+    EXPECT_TRUE(Has(Run({command, "--help"}).out, "Usage: acearc " + std::string(command)));
+  }
+  EXPECT_EQ(Run({"--version"}).out.rfind("acearc ", 0), 0u);
+  const Strings bad[] = {{},
+                         {"z", "a.ace"},
+                         {"a", "a.ace"},
+                         {"a", "-m", "5", "a.ace", "f"},
+                         {"a", "-d", "2048", "a.ace", "f"},
+                         {"a", "--prefix", "../up", "a.ace", "f"},
+                         {"l", "--frobnicate", "a.ace"},
+                         {"d", "a.ace"},
+                         {"mkdir", "a.ace"},
+                         {"x", "-y", "-n", "a.ace"}};
+  for (const Strings& args : bad) {
+    const RunResult r = Run(args);
+    EXPECT_EQ(r.exitCode, 5) << (args.empty() ? "" : args[0]) << ": " << r.err;
+    EXPECT_FALSE(r.err.empty());
+  }
+}
+
+class RoundTrip : public Acearc, public ::testing::WithParamInterface<Strings> {};
+
+TEST_P(RoundTrip, TheTreeComesBackUnchanged) {
+  const Strings names = MakeTree();
+  Strings add = {"a"};
+  add.insert(add.end(), GetParam().begin(), GetParam().end());
+  add.insert(add.end(), {"t.ace", "tree"});
+  const RunResult made = Run(add);
+  ASSERT_EQ(made.exitCode, 0) << made.err;
+  EXPECT_TRUE(Has(made.out, "t.ace: 7 files")) << made.out;
+  EXPECT_EQ(Names("t.ace"), names);
+  const Json listing = List("t.ace");
+  EXPECT_EQ(listing["summary"]["solid"].boolean,
+            std::count(GetParam().begin(), GetParam().end(), "-s") == 1);
+  const RunResult tested = Run({"t", "t.ace"});
+  EXPECT_EQ(tested.exitCode, 0) << tested.err;
+  EXPECT_TRUE(Has(tested.out, "OK, 7 files")) << tested.out;
+  ASSERT_EQ(Run({"x", "t.ace", "-o", "out"}).exitCode, 0);
+  acetest::Tree expected;
+  for (const auto& [name, text] : acetest::ReadTree(Path("tree")))
+    expected.push_back({"tree/" + name, text});
+  expected.insert(expected.begin(), {"tree/", ""});
+  EXPECT_EQ(acetest::ReadTree(Path("out")), expected);
+  struct stat in {
+  }, out{};
+  ASSERT_EQ(stat(Path("out/tree/readonly.txt").c_str(), &out), 0);
+  EXPECT_EQ(out.st_mode & 0222, 0u) << "still read-only";
+  ASSERT_EQ(stat(Path("tree/src/main.c").c_str(), &in), 0);
+  ASSERT_EQ(stat(Path("out/tree/src/main.c").c_str(), &out), 0);
+  EXPECT_LE(std::abs(out.st_mtime - in.st_mtime), 2) << "DOS times have 2 s steps";
+}
+
+INSTANTIATE_TEST_SUITE_P(Settings, RoundTrip,
+                         ::testing::Values(Strings{}, Strings{"-s"}, Strings{"-m", "0", "-d", "64"},
+                                           Strings{"-m", "4", "-d", "256", "-s"}));
+
+TEST_F(Acearc, AddOptionsShapeTheStoredNames) {
+  const Strings all = MakeTree();
+  acetest::WriteFileText(Path("\xE6\x97\xA5.txt"), "kanji");  // not in the archive's code page
+  Strings bare, prefixed, inside, top;
+  for (const std::string& n : all) {
+    if (n.back() != '/') bare.push_back(n.substr(n.rfind('/') + 1));
+    prefixed.push_back("backup/2024/" + n);
+    if (n != "tree/") inside.push_back(n.substr(5));
+    if (n.find('/', 5) == std::string::npos || n == "tree/") top.push_back(n);
+  }
+  std::sort(bare.begin(), bare.end());
+  const struct {
+    Strings args;
+    std::string cwd;
+    std::string archive;
+    Strings names;
+    int exitCode;
+    std::string message;
+  } cases[] = {
+      {{"-ep", "flat.ace", "tree"}, "", "flat.ace", bare, 0, ""},
+      {{"--prefix", "backup/2024/", "p.ace", "tree"}, "", "p.ace", prefixed, 0, ""},
+      {{"../inside.ace", "."}, "tree", "inside.ace", inside, 0, ""},
+      {{"tree/self.ace", "tree"}, "", "tree/self.ace", all, 0, ""},
+      {{"-r-", "top.ace", "tree"}, "", "top.ace", top, 0, ""},
+      {{"w.ace", "tree/empty.txt", "ghost.txt"},
+       "",
+       "w.ace",
+       {"tree/empty.txt"},
+       1,
+       "ghost.txt: no such file or directory"},
+      {{"k.ace", "\xE6\x97\xA5.txt"}, "", "k.ace", {"?.txt"}, 1, "is stored under another name"},
+      {{"nowhere/n.ace", "tree"}, "", "", {}, 2, "the folder nowhere does not exist"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.args[0] + " " + c.args[1]);
+    Strings args = {"a"};
+    args.insert(args.end(), c.args.begin(), c.args.end());
+    const RunResult r = Run(args, c.cwd);
+    EXPECT_EQ(r.exitCode, c.exitCode) << r.err;
+    EXPECT_TRUE(Has(r.err, c.message)) << r.err;
+    if (!c.archive.empty()) EXPECT_EQ(Names(c.archive), c.names);
+    if (!c.archive.empty()) fs::remove(Path(c.archive));
+  }
+}
+
+// The listing shows what the golden archives' description says; testing and
+// extracting give their inputs back.
+TEST_F(Acearc, GoldenArchivesListTestAndExtract) {
+  const auto described =
+      acetest::ParseJson(acetest::ReadFileText(acetest::VectorsDir() / "archives/listing.json"));
+  ASSERT_TRUE(described.has_value());
+  for (const char* name : {"plain.ace", "solid.ace"}) {
+    SCOPED_TRACE(name);
+    const std::string archive = (acetest::VectorsDir() / "archives" / name).string();
+    const Json listing = List(archive);
+    const std::vector<Json>& want = (*described)[name]["entries"].items;
+    const std::vector<Json>& got = listing["entries"].items;
+    ASSERT_EQ(got.size(), want.size());
+    for (size_t i = 0; i < want.size(); ++i) {
+      std::string stored = got[i]["stored_name"].text;
+      if (got[i]["type"].text == "directory") stored.pop_back();
+      EXPECT_EQ(stored, want[i]["name"].text);
+      EXPECT_EQ(got[i]["size"].u64(), want[i]["orig_size"].u64());
+      EXPECT_EQ(got[i]["packed"].u64(), want[i]["pack_size"].u64());
+      EXPECT_EQ(got[i]["crc32"].text, want[i]["crc"].text);
+      EXPECT_EQ(got[i]["attributes"].u64(), std::stoul(want[i]["attr"].text, nullptr, 16));
+      EXPECT_EQ(got[i]["time"].text, "1996-09-01T00:00:00");
+    }
+    EXPECT_EQ(listing["summary"]["solid"].boolean, (*described)[name]["solid"].boolean);
+    EXPECT_EQ(Run({"t", archive}).exitCode, 0);
+    ASSERT_EQ(Run({"x", archive, "-o", name}).exitCode, 0);
+    EXPECT_EQ(acetest::DataCrc(acetest::ReadFileBytes(Path(name) / "docs/alice29.txt")),
+              0x99FF8245u);
+    for (auto [file, input] : {std::pair{"data/lcg8k", "lcg8k"}, {"short.txt", "short"}}) {
+      EXPECT_EQ(acetest::ReadFileBytes(Path(name) / file),
+                acetest::VectorBytes(std::string("inputs/") + input));
+    }
+  }
+}
+
+// Without a terminal existing files are kept, archived entries are not
+// replaced, and a password request stops, each named with a warning.
+TEST_F(Acearc, WithoutATerminalTheAnswersLoseNothing) {
+  CopyGolden();
+  ASSERT_EQ(Run({"x", "s.ace", "-o", "out"}).exitCode, 0);
+  acetest::WriteFileText(Path("out/short.txt"), "changed by the user");
+  RunResult r = Run({"x", "s.ace", "-o", "out"});
+  EXPECT_EQ(r.exitCode, 1);
+  EXPECT_TRUE(Has(r.err, "not overwritten: out/short.txt exists")) << r.err;
+  EXPECT_EQ(Run({"x", "-n", "s.ace", "-o", "out"}).exitCode, 0);
+  EXPECT_EQ(acetest::ReadFileText(Path("out/short.txt")), "changed by the user");
+  EXPECT_EQ(Run({"x", "-y", "s.ace", "-o", "out"}).exitCode, 0);
+  EXPECT_EQ(acetest::ReadFileText(Path("out/short.txt")), "abracadabra abracadabra");
+
+  acetest::WriteFileText(Path("short.txt"), "a newer short.txt");
+  r = Run({"a", "s.ace", "short.txt"});
+  EXPECT_EQ(r.exitCode, 1);
+  EXPECT_TRUE(Has(r.err, "kept the archived short.txt")) << r.err;
+  EXPECT_EQ(Run({"a", "-y", "s.ace", "short.txt"}).exitCode, 0);
+  const Json listing = List("s.ace");
+  for (const Json& e : listing["entries"].items) {
+    if (e["name"].text == "short.txt") EXPECT_EQ(e["size"].u64(), 17u) << "replaced";
+  }
+
+  EditHeader(HeaderOf("short.txt"), 6, "\x40");  // the encrypted flag
+  r = Run({"x", "s.ace", "-o", "fresh"});
+  EXPECT_EQ(r.exitCode, 2);
+  EXPECT_TRUE(Has(r.err, "short.txt needs a password")) << r.err;
+  EXPECT_FALSE(Has(Run({"x", "-p", "secret", "s.ace", "-o", "given"}).err, "needs a password"));
+}
+
+TEST_F(Acearc, DamageUnsafeNamesAndLocksAreNamed) {
+  CopyGolden();
+  const acetest::Bytes golden = acetest::ReadFileBytes(Path("s.ace"));
+  acetest::Bytes b = golden;
+  b[HeaderOf("data/lcg8k") + 53 + 4000] ^= 0xFF;  // inside the stored data
+  acetest::WriteFileBytes(Path("s.ace"), b);
+  RunResult r = Run({"t", "s.ace"});
+  EXPECT_EQ(r.exitCode, 3);
+  EXPECT_TRUE(Has(r.err, "damaged entry data/lcg8k") && Has(r.err, "9009 AR_ARCHIVE_ERROR"))
+      << r.err;
+  EXPECT_FALSE(Has(r.err, "damaged entry docs")) << "only the damaged entry is named";
+
+  acetest::WriteFileBytes(Path("s.ace"), golden);
+  EditHeader(HeaderOf("docs/alice29.txt"), 35, "..\\e");  // docs\alice29.txt -> ..\e\alice29.txt
+  r = Run({"x", "s.ace", "-o", "out"});
+  EXPECT_EQ(r.exitCode, 2);
+  EXPECT_TRUE(Has(r.err, "refusing to extract ../e/alice29.txt")) << r.err;
+  EXPECT_FALSE(fs::exists(Path("e")) || fs::exists(Path("out")));
+  EXPECT_EQ(Run({"e", "-q", "s.ace", "-o", "flat"}).exitCode, 0) << "without paths: harmless";
+  EXPECT_TRUE(fs::exists(Path("flat/alice29.txt")));
+
+  EditHeader(0, 6, "\x50");  // the main header's lock flag
+  const acetest::Bytes locked = acetest::ReadFileBytes(Path("s.ace"));
+  EXPECT_EQ(Run({"l", "s.ace"}).exitCode, 0) << "reading a locked archive works";
+  acetest::WriteFileText(Path("new.txt"), "new");
+  r = Run({"a", "s.ace", "new.txt"});
+  EXPECT_EQ(r.exitCode, 2);
+  EXPECT_TRUE(Has(r.err, "archive is locked (9954 AR_LOCKED)")) << r.err;
+  EXPECT_EQ(Run({"d", "s.ace", "*.txt"}).exitCode, 2);
+  EXPECT_EQ(acetest::ReadFileBytes(Path("s.ace")), locked);
+}
+
+TEST_F(Acearc, DeleteMkdirAndFilesThatAreNoArchive) {
+  CopyGolden();
+  RunResult r = Run({"d", "s.ace", "*.txt"});
+  EXPECT_EQ(r.exitCode, 0) << r.err;
+  EXPECT_TRUE(Has(r.out, "3 entries deleted")) << r.out;
+  EXPECT_EQ(Names("s.ace"), (Strings{"data/lcg8k", "data/pattern60k", "docs/sub/"}));
+  EXPECT_TRUE(Has(Run({"d", "s.ace", "*.nothing"}).err, "nothing deleted"));
+  EXPECT_EQ(Run({"mkdir", "s.ace", "docs/new"}).exitCode, 0);
+  EXPECT_EQ(List("s.ace")["entries"].items.back()["name"].text, "docs/new/") << "appended";
+  EXPECT_TRUE(Has(Run({"mkdir", "s.ace", "docs/NEW"}).err, "8904 AR_DIR_EXISTS"));
+  EXPECT_TRUE(Has(Run({"mkdir", "s.ace", "a*b"}).err, "8906 AR_BAD_DIR_NAME"));
+
+  acetest::WriteFileText(Path("notes.txt"), std::string(5000, 'x'));
+  r = Run({"l", "notes.txt"});
+  EXPECT_EQ(r.exitCode, 3);
+  EXPECT_TRUE(Has(r.err, "not an ACE archive (9976 AR_NOT_ACE)")) << r.err;
+  EXPECT_EQ(Run({"a", "notes.txt", "s.ace"}).exitCode, 3);
+  EXPECT_EQ(acetest::ReadFileText(Path("notes.txt")), std::string(5000, 'x'));
+  for (const char* command : {"l", "t", "x"}) {
+    r = Run({command, "nothere.ace"});
+    EXPECT_EQ(r.exitCode, 2);
+    EXPECT_TRUE(Has(r.err, "archive not found (2 AR_FILE_NOT_FOUND)")) << r.err;
+  }
+  r = Run({"a", "new.ace", "missing.txt"});
+  EXPECT_EQ(r.exitCode, 2);
+  EXPECT_TRUE(Has(r.err, "9967 AR_NOTHING_TO_ADD")) << r.err;
+  EXPECT_FALSE(fs::exists(Path("new.ace")));
+  r = Run({"x", "s.ace", "-o", "lines"});
+  EXPECT_TRUE(Has(r.err, "extracting data/lcg8k\n") && !Has(r.err, "\r")) << "a line per file";
+  r = Run({"-q", "t", "s.ace"});
+  EXPECT_EQ(r.out + r.err, "");
+}
+
+// Ctrl-C stops cleanly: a new archive goes again. A file that goes while
+// others are compressed is skipped with a warning.
+TEST_F(Acearc, InterruptsAndVanishingFiles) {
+  fs::create_directories(Path("big"));
+  for (int i = 0; i < 4; ++i) {
+    acetest::WriteFileBytes(Path("big/part" + std::to_string(i)), acetest::RandomBytes(6 << 20, i));
+  }
+  RunResult r = RunAcearc({"a", "-m", "0", "big.ace", "big"}, dir_.path(), -1, Path("big.ace"),
+                          [](pid_t child) {
+                            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+                            kill(child, SIGINT);
+                          });
+  EXPECT_EQ(r.exitCode, 4) << r.err;
+  EXPECT_FALSE(fs::exists(Path("big.ace")));
+  acetest::WriteFileText(Path("small.txt"), "here at the start");
+  r = RunAcearc({"a", "v.ace", "big/part0", "big/part1", "small.txt"}, dir_.path(), -1,
+                Path("v.ace"), [this](pid_t) { fs::remove(Path("small.txt")); });
+  EXPECT_EQ(r.exitCode, 1) << r.err;
+  EXPECT_TRUE(Has(r.err, "small.txt: it cannot be read")) << r.err;
+  EXPECT_EQ(Names("v.ace"), (Strings{"big/part0", "big/part1"}));
+  // Run as "nobody" (the tests run as root), a file it cannot read is left out.
+  fs::permissions(Path("big/part0"), fs::perms::none);
+  fs::permissions(dir_.path(), fs::perms::all);
+  acetest::WriteFileText(Path("ok.txt"), "readable");
+  r = RunAcearc({"a", "u.ace", "big/part0", "ok.txt"}, dir_.path(), geteuid() == 0 ? 65534 : -1);
+  EXPECT_EQ(r.exitCode, 1);
+  EXPECT_TRUE(Has(r.err, "part0: it cannot be read")) << r.err;
+  EXPECT_EQ(Names("u.ace"), Strings{"ok.txt"});
+}
+
+}  // namespace
+}  // namespace clitest
