@@ -1,9 +1,6 @@
 // acearc at a terminal, driven through a pseudo-terminal like a user at the
 // keyboard: the overwrite question and its answers, the replace question
 // when adding, the password without echo, and the progress bar.
-#include <gtest/gtest.h>
-
-#include <filesystem>
 
 #include "cli/runner.h"
 #include "support/test_support.h"

@@ -2,7 +2,6 @@
 // input the project holds must come out exactly, on every engine (1024 KB at
 // level 4 is the optimal engine). The rows of the corpus and the solid run
 // that starts with one are checked by the conformance run.
-#include <gtest/gtest.h>
 
 #include "support/packing.h"
 

@@ -4,10 +4,9 @@
 // optimal tree is far deeper than the limit.
 #include "compress/huffman.h"
 
-#include <gtest/gtest.h>
-
 #include <random>
-#include <vector>
+
+#include "support/test_support.h"
 
 namespace {
 

@@ -3,7 +3,6 @@
 // longer than twice the small dictionaries, so that their windows slide;
 // runs; data that does not shrink), solid runs whose later files reach into
 // the earlier ones, and fresh files that owe nothing to the files before.
-#include <gtest/gtest.h>
 
 #include "compress/optimal_engine.h"
 #include "support/packing.h"

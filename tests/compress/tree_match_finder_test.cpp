@@ -3,10 +3,6 @@
 // 4 on it names the nearest one; runs are extended to 256 bytes.
 #include "compress/tree_match_finder.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstring>
 #include <memory>
 
 #include "support/test_support.h"

@@ -1,10 +1,6 @@
 // The comment decoder on its own: the golden blocks decode exactly, and
 // damaged or hostile blocks end with a text of at most 32,767 bytes and its
 // terminator, never outside the buffers (the sanitizer build checks that).
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
 
 #include "format/comment_decoder.h"
 #include "support/test_support.h"

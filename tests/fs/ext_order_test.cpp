@@ -5,12 +5,8 @@
 // equal keep their listed order.
 #include "fs/ext_order.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 #include "fs/path_ops.h"
+#include "support/test_support.h"
 
 namespace {
 

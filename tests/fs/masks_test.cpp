@@ -3,12 +3,6 @@
 // wildcard, which also reaches the subdirectories; case never matters.
 #include "fs/masks.h"
 
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <string>
-#include <vector>
-
 #include "fs/wildcard.h"
 #include "plugin/state.h"
 #include "support/host.h"

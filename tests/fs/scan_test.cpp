@@ -2,10 +2,6 @@
 // subfolders, hidden files too, links never followed; a path too long for the
 // buffer stops the scan with an error; removal takes read-only files and
 // links (not their targets), refuses the root, and leaves only what cannot go.
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <filesystem>
 
 #include "fs/dir_scan.h"
 #include "fs/file_layer.h"

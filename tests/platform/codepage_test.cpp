@@ -1,12 +1,8 @@
 // Names and comments cross between the archive's code page (CP437) and the
 // system's (UTF-8): both ways, characters CP437 lacks, texts cut only
 // between whole characters, and upper case.
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <string>
-
 #include "platform/win32.h"
+#include "support/test_support.h"
 
 namespace {
 

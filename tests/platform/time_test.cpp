@@ -2,11 +2,8 @@
 // saving rule in force at each moment (Berlin, as in every test program),
 // and the MS-DOS date and time words with their two-second steps and their
 // 1980..2107 range.
-#include <gtest/gtest.h>
-
-#include <cstdint>
-
 #include "platform/win32.h"
+#include "support/test_support.h"
 
 namespace {
 
@@ -17,20 +14,6 @@ FILETIME Utc(WORD y, WORD mo, WORD d, WORD h, WORD mi, WORD s) {
   FILETIME ft{};
   EXPECT_TRUE(SystemTimeToFileTime(&st, &ft));
   return ft;
-}
-
-TEST(Time, CalendarDatesAndTicks) {
-  EXPECT_EQ(Ticks(Utc(1970, 1, 1, 0, 0, 0)), 116444736000000000ULL);
-  EXPECT_EQ(Ticks(Utc(1601, 1, 1, 0, 0, 0)), 0u);
-  const FILETIME leap = Utc(2024, 2, 29, 23, 59, 58);
-  SYSTEMTIME back{};
-  ASSERT_TRUE(FileTimeToSystemTime(&leap, &back));
-  EXPECT_EQ((std::vector<WORD>{back.wYear, back.wMonth, back.wDay, back.wHour, back.wMinute,
-                               back.wSecond, back.wDayOfWeek}),
-            (std::vector<WORD>{2024, 2, 29, 23, 59, 58, 4}));
-  SYSTEMTIME bad{2023, 2, 0, 29, 0, 0, 0, 0};
-  FILETIME out{};
-  EXPECT_FALSE(SystemTimeToFileTime(&bad, &out));
 }
 
 TEST(Time, LocalTimeFollowsTheRuleInForceAtEachMoment) {

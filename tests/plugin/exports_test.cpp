@@ -1,10 +1,8 @@
 // The built plug-in exports the functions its header declares, and nothing else.
-#include <gtest/gtest.h>
 
 #include <cstdio>
 #include <regex>
 #include <set>
-#include <string>
 
 #include "support/test_support.h"
 

@@ -1,9 +1,5 @@
 #include "support/host.h"
 
-#include <algorithm>
-#include <cstring>
-#include <filesystem>
-
 namespace acetest {
 namespace {
 

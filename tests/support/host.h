@@ -5,11 +5,8 @@
 // value of its callbacks, so no test state hides in globals.
 #pragma once
 
-#include <cstdint>
-#include <string>
-#include <vector>
-
 #include "aceplug/aceplug.h"
+#include "support/test_support.h"
 
 namespace acetest {
 

@@ -1,8 +1,5 @@
 #include "support/packing.h"
 
-#include <algorithm>
-#include <cstring>
-
 namespace acetest {
 namespace {
 

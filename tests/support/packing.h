@@ -4,9 +4,7 @@
 // to read the result back.
 #pragma once
 
-#include <cstdint>
 #include <utility>
-#include <vector>
 
 #include "compress/compressor.h"
 #include "support/test_support.h"

@@ -2,9 +2,13 @@
 // reads and writes, generated data and the golden vectors in tests/data.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <sstream>
 #include <string>

@@ -4,9 +4,7 @@
 // sizes; damaged, cut and hostile data give a status, never more bytes than
 // the file has (the sanitizer build also checks that nothing is read or
 // written outside the buffers).
-#include <gtest/gtest.h>
 
-#include <cstring>
 #include <random>
 
 #include "support/packing.h"

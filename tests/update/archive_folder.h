@@ -4,13 +4,6 @@
 // no temporary archive, backup or working directory.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <filesystem>
-#include <string>
-#include <vector>
-
 #include "support/host.h"
 #include "support/test_support.h"
 

@@ -3,7 +3,6 @@
 // trip, the header values of each kind of entry, the flags of a solid run,
 // and failures that leave no archive behind.
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include "archive_folder.h"
@@ -90,46 +89,6 @@ TEST_F(Create, EveryDictionaryAndLevelGivesTheFilesBack) {
     EXPECT_EQ(TestArchive(archive), AR_OK);
     EXPECT_EQ(Extracted(), expected);
   }
-}
-
-// Text is compressed, data that grows is stored, an empty file and a folder
-// get headers only; times are the files' local DOS stamps, attributes theirs.
-TEST_F(Create, EachKindOfEntryGetsItsHeaderValues) {
-  WriteInput("a.txt", std::string(5000, 'a'));
-  WriteFileBytes(input / "r.bin", RandomBytes(3000, 1));
-  WriteInput("\xC3\x84pfel", "");
-  WriteInput(".cfg", "x");
-  fs::create_directories(input / "dir");
-  fs::permissions(input / ".cfg", fs::perms::owner_read);
-  SetTime(input / "a.txt", 1721046659);  // 2024-07-15 14:30:59 in Berlin
-  settings.dictionaryKB = 256;
-  Host host;
-  ASSERT_EQ(
-      acetest::Create(archive, {"a.txt", "r.bin", "\xC3\x84pfel", ".cfg", "dir"}, settings, &host),
-      AR_OK);
-  const Listing l = List(archive);
-  ASSERT_EQ(l.names(), (Strings{"a.txt", "r.bin", "\xC3\x84pfel", ".cfg", "dir\\"}));
-  const struct {
-    uint32_t method, packed, crc, attributes;
-  } want[] = {{1, 0, DataCrc(Bytes(5000, 'a')), 0x20},
-              {0, 3000, DataCrc(ReadFileBytes(input / "r.bin")), 0x20},
-              {0, 0, 0xFFFFFFFF, 0x20},
-              {0, 1, DataCrc(AsBytes("x")), 0x23},
-              {1, 0, 0xFFFFFFFF, 0x10}};
-  for (size_t i = 0; i < 5; ++i) {
-    const ArcFileEntry& e = l.entries[i];
-    SCOPED_TRACE(e.Name);
-    EXPECT_EQ(e.Method, want[i].method);
-    if (want[i].packed != 0) EXPECT_EQ(e.PackedSize.Low, want[i].packed);
-    EXPECT_EQ(e.Crc32, want[i].crc);
-    EXPECT_EQ(e.Attributes, want[i].attributes);
-    EXPECT_EQ(e.HeaderFlags, 0x0001u);
-    EXPECT_EQ(e.DictionaryCode, 8u);
-  }
-  EXPECT_LT(l.entries[0].PackedSize.Low, 100u);
-  EXPECT_EQ(l.entries[0].DosTime,
-            (((44u << 9) | (7u << 5) | 15u) << 16) | (14u << 11) | (30u << 5) | 29u);
-  EXPECT_EQ(host.Of("file")[0], input.string() + "\\a.txt|\\a.txt");
 }
 
 // The files of a solid run continue each other's history (flag 0x8000);

@@ -4,12 +4,8 @@
 // creation: absent) or, when the operation reports success, the complete new
 // archive; nothing is left beside it or in the temporary folder, no file
 // stays open, and the plug-in goes on working.
-#include <gtest/gtest.h>
 
-#include <algorithm>
-#include <filesystem>
 #include <iostream>
-#include <sstream>
 
 #include "archive_folder.h"
 #include "platform/fault_injection.h"
