@@ -1,7 +1,5 @@
-// The Huffman codes of the block coder: widths never pass the limit, the
-// code is complete (its Kraft sum is exactly one, so every bit string
-// decodes) and no code is the prefix of another, also for frequencies whose
-// optimal tree is far deeper than the limit.
+// Huffman codes within the width limit, complete (Kraft sum one) and
+// prefix-free, also where the optimal tree is far deeper than the limit.
 #include "compress/huffman.h"
 
 #include <random>

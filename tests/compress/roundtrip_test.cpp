@@ -1,8 +1,6 @@
-// Whatever the engine, what it packs decodes to the input again: every
-// dictionary and level over inputs that take each engine's paths (text
-// longer than twice the small dictionaries, so that their windows slide;
-// runs; data that does not shrink), solid runs whose later files reach into
-// the earlier ones, and fresh files that owe nothing to the files before.
+// What every engine packs decodes to the input again (slides, runs, data
+// that grows), solid files reach into the files before them, and a fresh
+// file owes nothing to the files before.
 
 #include "compress/optimal_engine.h"
 #include "support/packing.h"

@@ -1,7 +1,5 @@
 // Testing and extracting through the plug-in and UnAceV2.Dll as a host does:
-// the golden archives with paths, times and masks, output names, what each
-// kind of trouble leaves (status and files), the replace question, progress
-// and the totals announced, volumes, and a missing or incomplete library.
+// what each case writes and the status it leaves.
 #include <dlfcn.h>
 #include <sys/stat.h>
 

@@ -1,8 +1,6 @@
-// A solid run's files are ordered by extension: programs, text and source
-// files in their own order, names like "*.sy_", compressed archives and
-// images, then names without an extension, other extensions alphabetically
-// and help files last; equal keys go by base name, and files that compare
-// equal keep their listed order.
+// A solid run's files in extension order: programs, text and sources,
+// "*.??_", packed files, no extension, others alphabetically, help files;
+// ties by base name, equal names in listed order.
 #include "fs/ext_order.h"
 
 #include "fs/path_ops.h"

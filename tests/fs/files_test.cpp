@@ -1,7 +1,5 @@
-// The file layer's mode letters, DOS stamps of files and of the clock (local
-// time, two-second steps, nothing before 1980), and fresh temporary names:
-// "<number>.$TM" beside the archive and a numbered folder in the system's
-// temporary folder, never one that is taken.
+// The file layer's mode letters, DOS stamps of files and of the clock, and
+// fresh temporary names that are never taken.
 #include <fcntl.h>
 #include <sys/stat.h>
 

@@ -1,7 +1,5 @@
-// Directory scans and tree removal: files of a folder before its
-// subfolders, hidden files too, links never followed; a path too long for the
-// buffer stops the scan with an error; removal takes read-only files and
-// links (not their targets), refuses the root, and leaves only what cannot go.
+// Directory scans (files before subfolders, links not followed) and tree
+// removal (read-only files, links, refused roots, what cannot go).
 
 #include "fs/dir_scan.h"
 #include "fs/file_layer.h"

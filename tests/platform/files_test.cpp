@@ -1,8 +1,6 @@
-// File, directory, search and module services over POSIX, with the Windows
-// behaviour the plug-in relies on: creation modes, positions, read-only that
-// holds for root too, moves that never replace, the wildcard rules of
-// FindFirstFileA, links that are marked and never followed, and modules
-// found by address.
+// File, search and module services over POSIX with the Windows behaviour the
+// plug-in relies on: positions, read-only even for root, moves that never
+// replace, wildcard rules, links marked and never followed.
 #include <sys/stat.h>
 
 #include <cstdlib>

@@ -1,7 +1,5 @@
-// Time services: FILETIME and calendar dates, local time with the daylight
-// saving rule in force at each moment (Berlin, as in every test program),
-// and the MS-DOS date and time words with their two-second steps and their
-// 1980..2107 range.
+// Local time by the rule in force at each moment (Berlin in every test), and
+// DOS words in two-second steps from 1980 to 2107.
 #include "platform/win32.h"
 #include "support/test_support.h"
 

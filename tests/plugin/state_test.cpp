@@ -1,7 +1,5 @@
-// The plug-in's state as a host sees it through the exports: opening and
-// creating, what the two resets keep and clear, the status word, option
-// bits, the stub exports, paths cut to their fields, and the option records
-// whose values show in the archives made and the files extracted.
+// The plug-in's state as a host sees it through the exports: opening,
+// resets, status, options, stubs, fields, and the option records' effects.
 #include "plugin/state.h"
 
 #include "support/host.h"

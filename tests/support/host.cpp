@@ -108,17 +108,13 @@ uint16_t Create(const std::string& archive, const std::vector<std::string>& name
   if (GetArchiveStatus() != AR_OK) return Close();
   ApplySettings(settings);
   if (host != nullptr) host->Register();
-  Masks files(names);
-  CompressFileMaskListArc(files.get());
+  CompressFileMaskListArc(Masks(names).get());
   return Close();
 }
 
 uint16_t Add(const std::string& archive, const std::vector<std::string>& names,
              const Settings& settings, Host* host) {
-  if (Open(archive, &settings, host)) {
-    Masks files(names);
-    CompressFileMaskListArc(files.get());
-  }
+  if (Open(archive, &settings, host)) CompressFileMaskListArc(Masks(names).get());
   return Close();
 }
 

@@ -1,8 +1,6 @@
-// Drives the plug-in's exports the way a host does: each operation opens the
-// archive, hands over the settings, registers the callbacks, runs and closes
-// again, and gives back the status it left. A Host records what the plug-in
-// tells it and answers its questions as told; its address is the context
-// value of its callbacks, so no test state hides in globals.
+// Drives the exports as a host does: open, hand over settings, register the
+// callbacks, run, close. A Host records the callbacks and answers as told;
+// its address is their context value.
 #pragma once
 
 #include "aceplug/aceplug.h"

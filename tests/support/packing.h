@@ -1,7 +1,5 @@
-// Packing and unpacking in memory: the compressor driven through its own I/O
-// hooks (reads and writes that can be made to fail or come in pieces,
-// progress that is recorded or refused) and the extraction library's decoder
-// to read the result back.
+// Packing and unpacking in memory: the compressor through its I/O hooks
+// (failures, pieces, progress) and the extraction library's decoder.
 #pragma once
 
 #include <utility>

@@ -1,9 +1,6 @@
-// The extraction library's LZ77 decoder: every golden row decodes to its
-// size and CRC (and to its input where the project holds it), also in a
-// solid run through a small window that slides, whatever the chunk and piece
-// sizes; damaged, cut and hostile data give a status, never more bytes than
-// the file has (the sanitizer build also checks that nothing is read or
-// written outside the buffers).
+// The LZ77 decoder: every golden row to its size and CRC, in any chunks and
+// pieces; wrong sizes, cuts, flips and random data end in a status, never in
+// more bytes than the file has.
 
 #include <random>
 

@@ -1,7 +1,5 @@
-// The base of the tests that make and change archives: an input folder, the
-// archive alone in a folder of its own and a private system temporary folder.
-// After every test neither folder may hold anything the plug-in left behind:
-// no temporary archive, backup or working directory.
+// Tests that make and change archives: an input folder, the archive alone in
+// its folder, a private temporary folder; nothing may be left in either.
 #pragma once
 
 #include "support/host.h"

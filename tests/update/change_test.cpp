@@ -1,10 +1,6 @@
-// Changing existing archives. A plain archive keeps what it keeps byte for
-// byte (data in front of the main header, the comment and recovery records
-// included) and gets the new entries behind; a solid one is unpacked into a
-// working directory, merged and compressed again as one run in extension
-// order. Archives that must not or cannot change stay as they were, and
-// nothing is ever left beside them or in the temporary folder (the fixture
-// checks).
+// Changing archives: plain ones keep what they keep byte for byte, solid
+// ones are rebuilt as one run; archives that must not or cannot change stay
+// as they were.
 #include <sys/stat.h>
 
 #include <ctime>

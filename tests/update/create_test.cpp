@@ -1,7 +1,5 @@
-// Creating archives through the exports: the golden archive's entries made
-// again byte for byte from the same inputs, every dictionary and level round
-// trip, the header values of each kind of entry, the flags of a solid run,
-// and failures that leave no archive behind.
+// Creating archives: the golden archive's entries made again byte for byte,
+// every setting round-trips, a solid run's flags, failures leave nothing.
 #include <fcntl.h>
 #include <sys/stat.h>
 
