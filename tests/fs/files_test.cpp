@@ -47,7 +47,7 @@ TEST(FileLayer, TheFirstLetterOfTheModeDecides) {
   EXPECT_EQ(FileSeek(kNoFile, 0, 0), -1);
 }
 
-TEST(DosTime, FileStampsAreLocalAndStartIn1980) {
+TEST(DosTime, FileStampsAreLocalAndHeldTo1980To2107) {
   acetest::TempDir dir;
   acetest::WriteFileText(dir / "t", "t");
   const struct {
@@ -56,8 +56,10 @@ TEST(DosTime, FileStampsAreLocalAndStartIn1980) {
   } cases[] = {
       {1705320003, (((44u << 9) | (1u << 5) | 15u) << 16) | (13u << 11) | 1u},  // 13:00:03 winter
       {1721046659, (((44u << 9) | (7u << 5) | 15u) << 16) | (14u << 11) | (30u << 5) | 29u},
-      {315529199, 0x00410000},  // 1979-12-31 23:59:59 local: 1 February 1980
-      {315529200, ((1u << 5) | 1u) << 16},
+      {0, ((1u << 5) | 1u) << 16},  // before 1980 local: the first stamp
+      {315529199, ((1u << 5) | 1u) << 16},
+      {315529200, ((1u << 5) | 1u) << 16},  // 1980-01-01 00:00:00 local
+      {4354815600, (((127u << 9) | (12u << 5) | 31u) << 16) | (23u << 11) | (59u << 5) | 29u},
   };
   for (const auto& c : cases) {
     const timespec times[2] = {{c.utc, 0}, {c.utc, 0}};
