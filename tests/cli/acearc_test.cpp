@@ -20,17 +20,32 @@ TEST_F(Acearc, HelpVersionAndBadCommandLines) {
     EXPECT_TRUE(Has(help.out, word)) << word;
   }
   for (const char* command : {"a", "l", "t", "x", "e", "d", "mkdir"}) {
-    EXPECT_TRUE(Has(Run({command, "--help"}).out, "Usage: acearc " + std::string(command)));
+    const std::string out = Run({command, "--help"}).out;
+    EXPECT_TRUE(Has(out, "Usage: acearc " + std::string(command))) << command;
+    if (*command == 't' || *command == 'm') continue;
+    EXPECT_TRUE(Has(out, "-x,--exclude")) << command;
+    EXPECT_TRUE(Has(out, "* stands for any characters, \"/\" and \".\" included")) << command;
   }
   EXPECT_EQ(Run({"--version"}).out.rfind("acearc ", 0), 0u);
-  for (const char* line :
-       {"", "z a.ace", "a a.ace", "a -m 5 a.ace f", "a -d 2048 a.ace f", "a --prefix ../up a.ace f",
-        "l --frobnicate a.ace", "d a.ace", "mkdir a.ace", "x -y -n a.ace"}) {
+  const std::pair<const char*, const char*> bad[] = {
+      {"", "a command is required, one of a, l, t, x, e, d, mkdir"},
+      {"-q", "a command is required"},
+      {"z a.ace", "unknown command \"z\"; the commands are a, l, t, x, e, d, mkdir"},
+      {"-p secret zz a.ace", "unknown command \"zz\""},
+      {"a a.ace", ""},
+      {"a -m 5 a.ace f", ""},
+      {"a -d 2048 a.ace f", ""},
+      {"a --prefix ../up a.ace f", ""},
+      {"l --frobnicate a.ace", ""},
+      {"d a.ace", ""},
+      {"mkdir a.ace", ""},
+      {"x -y -n a.ace", ""}};
+  for (const auto& [line, says] : bad) {
     std::istringstream words(line);
-    const Strings args{std::istream_iterator<std::string>(words), {}};
-    const RunResult r = Run(args);
+    const RunResult r = Run({std::istream_iterator<std::string>(words), {}});
     EXPECT_EQ(r.exitCode, 5) << line << ": " << r.err;
     EXPECT_FALSE(r.err.empty());
+    EXPECT_TRUE(Has(r.err, says)) << r.err;
   }
 }
 
@@ -115,28 +130,6 @@ TEST_F(Acearc, AddOptionsShapeTheStoredNames) {
   }
 }
 
-// The JSON listing shows what the golden archive's description says.
-TEST_F(Acearc, TheJsonListingShowsTheHeaders) {
-  const auto described =
-      acetest::ParseJson(acetest::ReadFileText(acetest::VectorsDir() / "archives/listing.json"));
-  ASSERT_TRUE(described.has_value());
-  const Json listing = List((acetest::VectorsDir() / "archives/solid.ace").string());
-  const std::vector<Json>& want = (*described)["solid.ace"]["entries"].items;
-  const std::vector<Json>& got = listing["entries"].items;
-  ASSERT_EQ(got.size(), want.size());
-  for (size_t i = 0; i < want.size(); ++i) {
-    std::string stored = got[i]["stored_name"].text;
-    if (got[i]["type"].text == "directory") stored.pop_back();
-    EXPECT_EQ(stored, want[i]["name"].text);
-    EXPECT_EQ(got[i]["size"].u64(), want[i]["orig_size"].u64());
-    EXPECT_EQ(got[i]["packed"].u64(), want[i]["pack_size"].u64());
-    EXPECT_EQ(got[i]["crc32"].text, want[i]["crc"].text);
-    EXPECT_EQ(got[i]["attributes"].u64(), std::stoul(want[i]["attr"].text, nullptr, 16));
-    EXPECT_EQ(got[i]["time"].text, "1996-09-01T00:00:00");
-  }
-  EXPECT_TRUE(listing["summary"]["solid"].boolean);
-}
-
 // Without a terminal existing files are kept, archived entries are not
 // replaced, and a password request stops, each named with a warning.
 TEST_F(Acearc, WithoutATerminalTheAnswersLoseNothing) {
@@ -202,6 +195,8 @@ TEST_F(Acearc, DamageUnsafeNamesAndLocksAreNamed) {
 
 TEST_F(Acearc, DeleteMkdirAndFilesThatAreNoArchive) {
   CopyGolden();
+  const Json stored = Entry(List("s.ace"), "short.txt");
+  EXPECT_EQ(stored["crc32"].text + " " + std::to_string(stored["packed"].u64()), "FAEFF1B1 23");
   RunResult r = Run({"d", "s.ace", "*.txt"});
   EXPECT_EQ(r.exitCode, 0) << r.err;
   EXPECT_TRUE(Has(r.out, "3 entries deleted")) << r.out;

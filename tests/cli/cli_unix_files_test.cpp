@@ -1,6 +1,5 @@
 // What acearc keeps of a Unix file and what it says about the rest: folder
-// times, dates a DOS stamp cannot hold, links, names with a backslash; and
-// what a mistyped command gets.
+// times, dates a DOS stamp cannot hold, links, names with a backslash.
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -106,27 +105,6 @@ TEST_F(Acearc, LinksToFilesAreCopiesLinksToFoldersAndBackslashNamesAreLeftOut) {
   ASSERT_EQ(Run({"x", "l.ace", "-o", "out"}).exitCode, 0);
   EXPECT_FALSE(fs::is_symlink(Path("out/w/file-link")));
   EXPECT_EQ(acetest::ReadFileText(Path("out/w/file-link")), "the target's data");
-}
-
-TEST_F(Acearc, AnUnknownOrMissingCommandListsTheCommands) {
-  const struct {
-    Strings args;
-    const char* says;
-  } cases[] = {
-      {{"z"}, "acearc: unknown command \"z\"; the commands are a, l, t, x, e, d, mkdir"},
-      {{"-p", "secret", "zz", "a.ace"}, "unknown command \"zz\""},
-      {{"-q"}, "acearc: a command is required, one of a, l, t, x, e, d, mkdir"},
-  };
-  for (const auto& c : cases) {
-    const RunResult r = Run(c.args);
-    EXPECT_EQ(r.exitCode, 5) << c.says;
-    EXPECT_TRUE(Has(r.err, c.says)) << r.err;
-  }
-  for (const char* command : {"a", "l", "x", "e", "d"}) {
-    const std::string help = Run({command, "--help"}).out;
-    EXPECT_TRUE(Has(help, "-x,--exclude")) << command;
-    EXPECT_TRUE(Has(help, "* stands for any characters, \"/\" and \".\" included")) << command;
-  }
 }
 
 }  // namespace

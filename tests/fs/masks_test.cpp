@@ -61,25 +61,4 @@ TEST(Masks, WhatEachMaskSelects) {
             0);
 }
 
-TEST(Masks, NodesHoldDirectoryNameAndExtension) {
-  Masks masks({"C:/data/*.txt", "b.", std::string(300, 'x')});
-  const FileMaskNode* n = masks.get()->First;
-  ASSERT_NE(n, nullptr);
-  EXPECT_STREQ(n->Directory, "C:\\data\\");
-  EXPECT_STREQ(n->BaseName, "*");
-  EXPECT_STREQ(n->Extension, "txt");
-  ASSERT_NE(n->Next, nullptr);
-  EXPECT_STREQ(n->Next->BaseName, "b");
-  EXPECT_STREQ(n->Next->Extension, "");
-  EXPECT_EQ(std::strlen(masks.get()->Last->BaseName), 255u);
-  EXPECT_EQ(masks.get()->Last->Next, nullptr);
-  ace::SetStatus(0);
-  FileMaskList list{};
-  EXPECT_EQ(AppendFileMask(nullptr, &list), 0);
-  EXPECT_EQ(GetArchiveStatus(), AR_IO_ERROR);
-  EXPECT_EQ(AppendFileMask("*.*", nullptr), 0);
-  EXPECT_EQ(list.First, nullptr);
-  ace::SetStatus(0);
-}
-
 }  // namespace

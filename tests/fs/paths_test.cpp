@@ -1,6 +1,6 @@
-// Path texts: splitting, trailing backslashes, bounded copies, the stored
-// form that archive names are compared in, and finding the listed file
-// behind a stored name with RelativePath and InputPath in front.
+// Path texts: splitting, the stored form that archive names are compared in,
+// and finding the listed file behind a stored name with RelativePath and
+// InputPath in front.
 
 #include "fs/dir_scan.h"
 #include "fs/path_ops.h"
@@ -27,23 +27,6 @@ TEST(Paths, SplitIntoDriveDirectoryNameAndExtension) {
     EXPECT_EQ(std::string(drive) + "|" + directory + "|" + base + "|" + extension,
               std::string(c.drive) + "|" + c.directory + "|" + c.base + "|" + c.extension);
   }
-}
-
-TEST(Paths, BackslashesAndBoundedCopies) {
-  const std::pair<const char*, const char*> add[] = {
-      {"C:\\dir", "C:\\dir\\"}, {"C:\\dir\\", "C:\\dir\\"}, {"", ""}};
-  const std::pair<const char*, const char*> strip[] = {
-      {"C:\\dir\\", "C:\\dir"}, {"C:\\", "C:\\"}, {"ab\\", "ab\\"}};
-  char buf[kPathBuffer];
-  for (const auto& [in, out] : add) EXPECT_STREQ(AddTrailingBackslash(in, buf), out) << in;
-  for (const auto& [in, out] : strip) EXPECT_STREQ(StripTrailingBackslash(in, buf), out) << in;
-  char six[6] = "ab";  // AppendText cuts, AppendWhole leaves the text alone
-  EXPECT_FALSE(AppendWhole(six, sizeof six, "cdef"));
-  EXPECT_FALSE(AppendText(six, sizeof six, "cdef"));
-  EXPECT_STREQ(six, "abcde");
-  std::string upper(3000, '#');
-  UpperCopy(std::string(3000, 'a').c_str(), upper.data());
-  EXPECT_EQ(std::strlen(upper.c_str()), kUpperCopyLimit);
 }
 
 TEST(Paths, StoredFormsDropServerDriveRootAndOneClimb) {

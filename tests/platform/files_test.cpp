@@ -3,8 +3,6 @@
 // replace, wildcard rules, links marked and never followed.
 #include <sys/stat.h>
 
-#include <cstdlib>
-
 #include "platform/win32.h"
 #include "support/test_support.h"
 
@@ -79,16 +77,6 @@ TEST(Files, AttributesReadOnlyAndMoves) {
   EXPECT_FALSE(fs::exists(path));
 }
 
-TEST(Files, TemporaryFolderComesFromTmpdir) {
-  acetest::ScopedTempFolder tmp("/var/tmp");
-  char buf[64];
-  EXPECT_EQ(GetTempPathA(sizeof buf, buf), 9u);
-  EXPECT_STREQ(buf, "/var/tmp/");
-  char small[5] = "keep";
-  EXPECT_EQ(GetTempPathA(sizeof small, small), 10u);  // the size it needs
-  EXPECT_STREQ(small, "keep");
-}
-
 std::vector<std::string> Find(const std::string& pattern) {
   std::vector<std::string> names;
   WIN32_FIND_DATAA data{};
@@ -131,26 +119,6 @@ TEST(Find, WindowsWildcardRulesAndLinks) {
   FindClose(h);
   EXPECT_TRUE(RemoveDirectoryA((dir / "link").c_str()));
   EXPECT_TRUE(fs::is_directory(dir.path() / "sub.d")) << "the link goes, its target stays";
-}
-
-TEST(Modules, LoadedAndFoundByAddress) {
-  char path[4096];
-  const DWORD n = GetModuleFileNameA(nullptr, path, sizeof path);
-  ASSERT_GT(n, 0u);
-  EXPECT_NE(std::string(path, n).find("test_platform"), std::string::npos);
-
-  HMODULE module = LoadLibraryA((acetest::BinDir() / "libaceplug.so").c_str());
-  ASSERT_NE(module, nullptr);
-  FARPROC proc = GetProcAddress(module, "InitFileMaskList");
-  ASSERT_NE(proc, nullptr);
-  EXPECT_EQ(GetProcAddress(module, "NoSuchExport"), nullptr);
-  EXPECT_EQ(ModuleOfAddress(reinterpret_cast<const void*>(proc)), module);
-  char name[4096];
-  ASSERT_GT(GetModuleFileNameA(module, name, sizeof name), 0u);
-  EXPECT_EQ(fs::path(name).filename(), "libaceplug.so");
-  EXPECT_TRUE(FreeLibrary(module));
-  EXPECT_EQ(LoadLibraryA((acetest::BinDir() / "missing.so").c_str()), nullptr);
-  EXPECT_EQ(GetLastError(), ERROR_MOD_NOT_FOUND);
 }
 
 }  // namespace

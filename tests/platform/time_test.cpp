@@ -1,5 +1,4 @@
-// Local time by the rule in force at each moment (Berlin in every test), and
-// DOS words in two-second steps from 1980 to 2107.
+// DOS date and time words in two-second steps from 1980 to 2107.
 #include "platform/win32.h"
 #include "support/test_support.h"
 
@@ -12,22 +11,6 @@ FILETIME Utc(WORD y, WORD mo, WORD d, WORD h, WORD mi, WORD s) {
   FILETIME ft{};
   EXPECT_TRUE(SystemTimeToFileTime(&st, &ft));
   return ft;
-}
-
-TEST(Time, LocalTimeFollowsTheRuleInForceAtEachMoment) {
-  const std::pair<FILETIME, int64_t> cases[] = {
-      {Utc(2024, 1, 15, 12, 0, 0), 1},    {Utc(2024, 7, 15, 12, 0, 0), 2},
-      {Utc(2024, 3, 31, 0, 59, 58), 1},   {Utc(2024, 3, 31, 1, 0, 0), 2},
-      {Utc(2024, 10, 26, 23, 59, 58), 2}, {Utc(2024, 10, 27, 2, 0, 0), 1},
-      {Utc(2090, 7, 1, 0, 0, 0), 2},  // past 2038 in 32-bit builds too
-  };
-  for (const auto& [utc, hours] : cases) {
-    FILETIME local{}, back{};
-    ASSERT_TRUE(FileTimeToLocalFileTime(&utc, &local));
-    EXPECT_EQ(static_cast<int64_t>(Ticks(local) - Ticks(utc)), hours * 36000000000LL);
-    ASSERT_TRUE(LocalFileTimeToFileTime(&local, &back));
-    EXPECT_EQ(Ticks(back), Ticks(utc));
-  }
 }
 
 TEST(Time, DosWordsCountTwoSecondStepsFrom1980To2107) {

@@ -142,22 +142,5 @@ TEST(PluginState, CompressionOptionsShowInTheArchive) {
   EXPECT_EQ(make(2, -1, -1).second, reference.second);
 }
 
-// The decompression record's paths are the ones extraction uses.
-TEST(PluginState, DecompressionOptionsSetThePaths) {
-  TempDir dir;
-  InitArcFile(Golden().c_str());
-  DecompOptions options;
-  std::memset(&options, 0, sizeof options);
-  options.RestorePaths = 1;
-  std::snprintf(options.OutputPath, sizeof options.OutputPath, "%s", (dir / "out").c_str());
-  std::strcpy(options.RelativePath, "docs\\");
-  SetDecompExtraFeatures(&options);
-  ExtractFileMaskListArc(Masks({"docs\\alice29.txt", "short.txt"}).get());
-  EXPECT_EQ(GetArchiveStatus(), AR_OK);
-  DoneArcFile();
-  EXPECT_TRUE(fs::exists(dir.path() / "out" / "alice29.txt"));
-  EXPECT_TRUE(fs::exists(dir.path() / "out" / "short.txt"));
-}
-
 }  // namespace
 }  // namespace acetest

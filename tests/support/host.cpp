@@ -172,9 +172,9 @@ uint16_t Extract(const std::string& archive, const std::string& outDir,
   if (Open(archive, nullptr, host)) {
     DecompOptions d{};
     d.RestorePaths = restorePaths;
+    std::snprintf(d.OutputPath, sizeof d.OutputPath, "%s", outDir.c_str());
+    std::snprintf(d.RelativePath, sizeof d.RelativePath, "%s", relativePath.c_str());
     SetDecompExtraFeatures(&d);
-    SetOutputPath(outDir.c_str());
-    SetRelativePath(relativePath.c_str());
     ExtractFileMaskListArc(Masks(masks).get());
   }
   return Close();

@@ -11,14 +11,13 @@
 namespace acetest {
 
 struct Json {
-  enum class Kind { Null, Bool, Number, String, Array, Object } kind = Kind::Null;
   bool boolean = false;
   double number = 0;
   std::string text;
   std::vector<Json> items;
   std::map<std::string, Json> members;
 
-  const Json& operator[](const std::string& key) const;  // a Null value when missing
+  const Json& operator[](const std::string& key) const;  // an empty value when missing
   const Json& operator[](size_t index) const { return items.at(index); }
   uint64_t u64() const { return static_cast<uint64_t>(number); }
 };
