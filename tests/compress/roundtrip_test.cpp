@@ -80,6 +80,23 @@ TEST(RoundTrip, AFreshFilePacksAsOnANewCompressor) {
   }
 }
 
+// A fresh window seeks 2-byte matches only past its first D + 256 bytes.
+// Pairs repeated 100 bytes back pack to the same size as the same bytes
+// swapped in each pair (equal literal counts) where pairs are not sought.
+TEST(RoundTrip, TwoByteMatchesStartOnlyPastDictionaryPlus256) {
+  constexpr size_t kD = 64 * 1024;
+  for (const size_t start : {kD + 129, kD + 300}) {
+    Bytes pairs = RandomBytes(kD + 600, 9), swapped = pairs;
+    for (size_t at = start; at < start + 96; at += 3) {
+      pairs[at] = swapped[at + 1] = pairs[at - 100];
+      pairs[at + 1] = swapped[at] = pairs[at - 99];
+      pairs[at + 2] = swapped[at + 2] = pairs[at - 98] ^ 1;
+    }
+    EXPECT_EQ(Pack(pairs, 64, 1).packedSize != Pack(swapped, 64, 1).packedSize, start > kD + 256)
+        << start - kD;
+  }
+}
+
 // Positions near the 32-bit ceiling are lowered midway; the data stays the same.
 TEST(RoundTrip, OptimalEngineLowersPositionsWithoutChangingTheData) {
   const Bytes input = TextBytes(1300000, 9);

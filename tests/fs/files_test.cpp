@@ -1,5 +1,5 @@
-// The file layer's mode letters, DOS stamps of files and of the clock, and
-// fresh temporary names that are never taken.
+// The file layer's DOS stamps of files and of the clock, and fresh temporary
+// names that are never taken.
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -15,37 +15,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace ace;
-
-TEST(FileLayer, TheFirstLetterOfTheModeDecides) {
-  acetest::TempDir dir;
-  const struct {
-    const char* mode;
-    bool opensExisting, truncates, createsMissing, reads, writes;
-  } cases[] = {{"rb", true, false, false, true, false},
-               {"wb", true, true, true, false, true},
-               {"b", true, true, true, true, true},
-               {"v", true, false, false, false, true},
-               {"ab", false, false, false, false, false}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.mode);
-    acetest::WriteFileText(dir / "existing", "content");
-    fs::remove(dir / "missing");
-    FileHandle h = FileOpen((dir / "existing").c_str(), c.mode);
-    ASSERT_EQ(h != kNoFile, c.opensExisting);
-    if (h != kNoFile) {
-      char buf[4];
-      EXPECT_EQ(FileRead(buf, 4, h) >= 0, c.reads);
-      EXPECT_EQ(FileWrite("xy", 2, h) == 2, c.writes);
-      EXPECT_EQ(FileClose(h), 1);
-    }
-    EXPECT_EQ(fs::file_size(dir / "existing"), c.truncates ? 2u : 7u);
-    h = FileOpen((dir / "missing").c_str(), c.mode);
-    EXPECT_EQ(h != kNoFile, c.createsMissing);
-    if (h != kNoFile) FileClose(h);
-  }
-  EXPECT_EQ(FileSize(kNoFile), -1);
-  EXPECT_EQ(FileSeek(kNoFile, 0, 0), -1);
-}
 
 TEST(DosTime, FileStampsAreLocalAndHeldTo1980To2107) {
   acetest::TempDir dir;

@@ -1,8 +1,10 @@
 // Wildcards and file masks: "?" is one character, "*" any run (and "**" a
 // literal star); a mask's directory must match exactly unless its name is a
-// wildcard, which also reaches the subdirectories; case never matters.
+// wildcard, which also reaches the subdirectories; case never matters, and
+// names are compared in a stored form without server, drive, root or climb.
 #include "fs/masks.h"
 
+#include "fs/dir_scan.h"
 #include "fs/wildcard.h"
 #include "plugin/state.h"
 #include "support/host.h"
@@ -59,6 +61,23 @@ TEST(Masks, WhatEachMaskSelects) {
             1);
   EXPECT_EQ(ace::MatchesMaskList((dir + "\\" + std::string(254, 'b') + ".e").c_str(), cut.get()),
             0);
+}
+
+TEST(Masks, StoredFormsDropServerDriveRootAndOneClimb) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"\\\\server\\share\\dir\\a.txt", "DIR\\A.TXT"},
+      {"C:\\dir\\a.txt", "DIR\\A.TXT"},
+      {"..\\dir\\a.txt", "DIR\\A.TXT"},
+      {"dir/a.txt", "DIR\\A.TXT"},
+      {"\\\\server", "SERVER"},
+      {"\\\\server\\share", ""},
+      {"\\..\\a", "A"},
+      {"C:..\\a", ".\\A"}};
+  for (const auto& [path, form] : cases) {
+    char out[260];
+    ace::StoredForm(path, out, sizeof out);
+    EXPECT_STREQ(out, form) << path;
+  }
 }
 
 }  // namespace

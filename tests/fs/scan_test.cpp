@@ -1,10 +1,9 @@
 // Directory scans (files before subfolders, links not followed) and tree
-// removal (read-only files, links, refused roots, what cannot go).
+// removal (read-only files, links, refused roots).
 
 #include "fs/dir_scan.h"
 #include "fs/file_layer.h"
 #include "fs/masks.h"
-#include "platform/fault_injection.h"
 #include "plugin/state.h"
 #include "support/test_support.h"
 
@@ -74,18 +73,6 @@ TEST_F(Scan, RemovalTakesEverythingButLinkTargetsAndTheRoot) {
     EXPECT_EQ(RemoveTree(path, "*.*"), 0) << path;
   }
   EXPECT_EQ(RemoveTree((dir_ / "missing").c_str(), "*.*"), 0);
-}
-
-TEST_F(Scan, AFileThatCannotGoKeepsOnlyItselfAndItsFolders) {
-  platform::faults::Arm(platform::faults::Kind::Delete, 3);
-  EXPECT_EQ(RemoveTree(root_.c_str(), "*.*"), 0);
-  platform::faults::Reset();
-  std::vector<std::string> left;
-  for (const auto& e : fs::recursive_directory_iterator(root_)) {
-    left.push_back(fs::relative(e.path(), root_).string());
-  }
-  ASSERT_EQ(left.size(), 2u) << "one file in one folder";
-  EXPECT_TRUE(fs::is_directory(root_ / left[0]));
 }
 
 }  // namespace

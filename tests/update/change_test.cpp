@@ -302,22 +302,5 @@ TEST_F(Change, DirectoryEntriesAreAddedOnceWithValidNames) {
   EXPECT_LE(e.DosTime, DosStampOfNow());
 }
 
-// A host may run several changes on one open archive.
-TEST_F(Change, SeveralChangesThroughOneOpenArchive) {
-  WriteInput("a.txt", "one");
-  WriteInput("b.txt", "two");
-  ASSERT_EQ(Create(archive, {"a.txt"}, settings), AR_OK);
-  InitArcFile(archive.c_str());
-  ApplySettings(settings);
-  CompressFileMaskListArc(Masks({"b.txt"}).get());
-  EXPECT_EQ(GetArchiveStatus(), AR_OK);
-  DeleteFileMaskListArc(Masks({"a.txt"}).get());
-  EXPECT_EQ(GetArchiveStatus(), AR_OK);
-  CreateDirectoryArc("made");
-  EXPECT_EQ(GetArchiveStatus(), AR_OK);
-  DoneArcFile();
-  EXPECT_EQ(List(archive).names(), (Strings{"b.txt", "made\\"}));
-}
-
 }  // namespace
 }  // namespace acetest
