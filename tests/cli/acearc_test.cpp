@@ -12,7 +12,7 @@
 namespace clitest {
 namespace {
 
-TEST_F(Acearc, HelpVersionAndBadCommandLines) {
+TEST_F(Acearc, BadCommandLinesExitWith5AndSayWhy) {
   const RunResult help = Run({"--help"});
   EXPECT_EQ(help.exitCode, 0);
   for (const char* word : {" a ", " l ", " t ", " x ", " e ", " d ", " mkdir ", "Exit codes"}) {
@@ -189,7 +189,7 @@ TEST_F(Acearc, DamageUnsafeNamesAndLocksAreNamed) {
   EXPECT_EQ(acetest::ReadFileBytes(Path("s.ace")), locked);
 }
 
-TEST_F(Acearc, DeleteMkdirAndFilesThatAreNoArchive) {
+TEST_F(Acearc, DeleteAndMkdirChangeTheArchiveAndForeignFilesAreRefused) {
   CopyGolden();
   const Json stored = Entry(List("s.ace"), "short.txt");
   EXPECT_EQ(stored["crc32"].text + " " + std::to_string(stored["packed"].u64()), "FAEFF1B1 23");
@@ -226,7 +226,7 @@ TEST_F(Acearc, DeleteMkdirAndFilesThatAreNoArchive) {
 
 // Ctrl-C stops cleanly: a new archive goes again. A file that goes while
 // others are compressed is skipped with a warning.
-TEST_F(Acearc, InterruptsAndVanishingFiles) {
+TEST_F(Acearc, CtrlCLeavesNoArchiveAndUnreadableFilesAreLeftOut) {
   fs::create_directories(Path("big"));
   for (int i = 0; i < 4; ++i) {
     acetest::WriteFileBytes(Path("big/part" + std::to_string(i)), acetest::RandomBytes(6 << 20, i));

@@ -13,7 +13,7 @@ namespace {
 
 using acetest::Masks;
 
-TEST(Masks, WildcardRules) {
+TEST(Masks, QuestionMarkIsOneCharacterAndStarAnyRun) {
   const struct {
     const char* text;
     const char* pattern;

@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(CodePage, Cp437AndUtf8BothWays) {
+TEST(CodePage, ConvertsBothWaysAndMarksWhatCp437Lacks) {
   const std::pair<const char*, const char*> cases[] = {
       {"plain.txt", "plain.txt"},
       {"\x84\x94\x81\xE1", "\xC3\xA4\xC3\xB6\xC3\xBC\xC3\x9F"},  // äöüß

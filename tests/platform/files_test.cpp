@@ -25,7 +25,7 @@ TEST(Files, OnlyRegularFilesOpen) {
   }
 }
 
-TEST(Files, PositionsSizesAndEnds) {
+TEST(Files, SeeksReadsAndTruncationWorkAsOnWindows) {
   TempDir dir;
   HANDLE h = Open(dir / "f", GENERIC_READ | GENERIC_WRITE, CREATE_ALWAYS);
   ASSERT_NE(h, INVALID_HANDLE_VALUE);
@@ -51,7 +51,7 @@ TEST(Files, PositionsSizesAndEnds) {
   EXPECT_FALSE(CloseHandle(INVALID_HANDLE_VALUE));
 }
 
-TEST(Files, AttributesReadOnlyAndMoves) {
+TEST(Files, ReadOnlyHoldsForRootAndMovesNeverReplace) {
   TempDir dir;
   const std::string path = dir / "f.txt";
   acetest::WriteFileText(path, "x");
@@ -90,7 +90,7 @@ std::vector<std::string> Find(const std::string& pattern) {
   return names;
 }
 
-TEST(Find, WindowsWildcardRulesAndLinks) {
+TEST(Find, FollowsWindowsWildcardRulesAndMarksLinks) {
   TempDir dir;
   for (const char* name : {"README", "a.txt", "b.TXT", "ab.txt", "x.tar.gz"}) {
     acetest::WriteFileText(dir.path() / name, "data");

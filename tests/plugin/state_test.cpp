@@ -12,7 +12,7 @@ namespace fs = std::filesystem;
 
 std::string Golden() { return (VectorsDir() / "archives" / "plain.ace").string(); }
 
-TEST(PluginState, OpeningCreatingAndTheStatusWord) {
+TEST(PluginState, CreatingNeverOverwritesAndTheStatusWordHolds16Bits) {
   TempDir dir;
   WriteFileText(dir / "old.ace", "not new");
   arOptionsOn(0x0005);
