@@ -89,7 +89,8 @@ TEST_F(Extraction, MasksPathsAndTheRelativePathShapeTheOutput) {
   }
   SetOutputPath(std::string(200, 'o').c_str());  // a name that does not fit is not cut
   char target[ace::kUnAceTextBuffer];
-  EXPECT_FALSE(ace::BuildOutputName(std::string(100, 'n').c_str(), target));
+  EXPECT_EQ(ace::BuildOutputName(std::string(100, 'n').c_str(), target),
+            ace::OutputProblem::kTooLong);
   EXPECT_STREQ(target, "");
   DoneArcFile();
 }
@@ -107,7 +108,7 @@ TEST_F(Extraction, TroubleLeavesItsStatusAndNoDamagedFile) {
   damaged[53 + 53 + 20000] ^= 0x40;  // inside docs\alice29.txt's packed data
   const Bytes crc = AceArchive({a, badCrc, b}), crcLast = AceArchive({a, badCrc}),
               ab = AceArchive({a, b}), encrypted = AceArchive({secret, b}),
-              method = AceArchive({odd}), climb = AceArchive({a, Stored("..\\evil", "x")}),
+              method = AceArchive({odd}), climb = AceArchive({a, Stored("..\\evil", "x"), b}),
               climbLater = AceArchive({a, Stored("a\\..\\..\\evil", "x")}),
               climbAlone = AceArchive({Stored("a\\..\\..\\evil", "x")}),
               cut = Bytes(golden.begin(), golden.end() - 23 - 46 - 800);
@@ -132,8 +133,9 @@ TEST_F(Extraction, TroubleLeavesItsStatusAndNoDamagedFile) {
        AR_UNSUPPORTED, ""},
       {"a declined password", encrypted, kExtract, "*.*", 0, -1, 0, AR_ABORTED, ""},
       {"an unknown method", method, kTest, "", 0, -1, 1, AR_UNSUPPORTED, ""},
-      {"a name that climbs out", climb, kExtract, "*.*", 1, -1, 1, AR_IO_ERROR, "a.txt=one"},
-      {"a name that climbs out further on", climbLater, kExtract, "*.*", 1, -1, 1, AR_IO_ERROR,
+      {"a name that climbs out", climb, kExtract, "*.*", 1, -1, 1, AR_BAD_DIR_NAME,
+       "a.txt=one b.txt=two"},
+      {"a name that climbs out further on", climbLater, kExtract, "*.*", 1, -1, 1, AR_BAD_DIR_NAME,
        "a.txt=one"},
       {"the same name without paths", climbAlone, kExtract, "*.*", 0, -1, 1, AR_OK, "evil=x"},
       {"no mask list", ab, kNoMasks, "", 0, -1, 1, AR_IO_ERROR, ""},

@@ -98,7 +98,7 @@ TEST_F(OpenAndList, FailingFileAccessLeavesItsCode) {
     int64_t nth;
     uint16_t status;
   } cases[] = {{Kind::Open, 1, AR_IO_ERROR},
-               {Kind::Read, 1, AR_NOT_ACE},
+               {Kind::Read, 1, AR_IO_ERROR},
                {Kind::Read, 2, AR_IO_ERROR},
                {Kind::Seek, 2, AR_IO_ERROR}};
   for (const auto& c : cases) {

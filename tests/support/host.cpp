@@ -38,6 +38,10 @@ int32_t OnNextDisk(AceContext c, char* folder, int32_t, int32_t volume, int32_t)
   if (!h.diskFolder.empty()) std::snprintf(folder, 272, "%s", h.diskFolder.c_str());
   return h.diskAnswer;
 }
+int32_t OnWarning(AceContext c, const char* text) {
+  Log(c, std::string("warning ") + text);
+  return 0;
+}
 int32_t OnCryptKey(AceContext c, char* buffer, const char* name, int32_t) {
   Log(c, std::string("key ") + name);
   std::snprintf(buffer, 272, "%s", Of(c).password.c_str());
@@ -56,7 +60,8 @@ bool Open(const std::string& archive, const Settings* settings, Host* host) {
 uint16_t Close() {
   const uint16_t status = GetArchiveStatus();
   DoneArcFile();
-  SetSetSignalProc(0, nullptr);  // it outlives DoneArcFile; the host may not
+  SetSetSignalProc(0, nullptr);  // these outlive DoneArcFile; the host may not
+  SetSetWarningProc(0, nullptr);
   return status;
 }
 
@@ -83,6 +88,7 @@ void Host::Register() {
   if (skipAnswer != 0) SetSkipFileProc(me, OnSkip);
   SetGetNextDiskProc(me, OnNextDisk);
   SetSetCryptKeyProc(me, OnCryptKey);
+  SetSetWarningProc(me, OnWarning);
   if (beforeExport != nullptr) beforeExport();
 }
 

@@ -21,7 +21,7 @@ void ApplySettings(const Settings& settings);
 struct Host {
   // One line per callback: "signal TOTAL CODE", "file PATH|SHOWN", "progress
   // PERCENT STEP", "replace EXISTING|REPLACEMENT", "skip PATH", "disk DIR
-  // VOLUME", "key NAME".
+  // VOLUME", "key NAME", "warning TEXT".
   std::vector<std::string> events;
   std::vector<AceFindData> existing, replacement;  // one pair per replace question
 
