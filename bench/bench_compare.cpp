@@ -10,7 +10,8 @@
 // keeps the codecs whose id contains one of the given strings (ace/1024/l1,
 // zlib-6, ...); --profile compresses the concatenated corpus N times with one
 // codec and nothing else (--decode: decompresses it N times), to run under
-// perf or callgrind or to compare two builds.
+// perf or callgrind or to compare two builds. The corpus is --corpus DIR, else
+// ACEPLUG_CORPUS, else ../shared/corpus beside the project.
 #include <malloc.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -20,6 +21,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <filesystem>
@@ -50,7 +52,8 @@ const std::vector<std::string> kKeyCodecs = {
     "zlib-9",      "bzip2-9",     "xz-6",        "zstd-3",      "zstd-19"};
 
 struct Options {
-  std::string corpus = ACE_BENCH_CORPUS;
+  std::string corpus =
+      std::getenv("ACEPLUG_CORPUS") ? std::getenv("ACEPLUG_CORPUS") : ACE_BENCH_CORPUS;
   bool quick = false;
   bool perFile = true;
   std::vector<std::string> only;

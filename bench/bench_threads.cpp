@@ -11,7 +11,8 @@
 // count (default 2, and every core when there are more), the counts in turn,
 // the best of --reps rounds (default 5). --all checks the bytes of every dictionary,
 // level and solidity once, without timing. The thread count reaches the
-// plug-in through ACEPLUG_THREADS, as any host may set it.
+// plug-in through ACEPLUG_THREADS, as any host may set it. The corpus is
+// --corpus DIR, else ACEPLUG_CORPUS, else ../shared/corpus beside the project.
 //
 // --speculation measures, instead, what speculative coding could keep (the
 // design note in RESULTS.md): how far into a 256 KB chunk of one long input a
@@ -58,7 +59,8 @@ struct Setting {
 };
 
 struct Options {
-  std::string corpus = ACE_BENCH_CORPUS;
+  std::string corpus =
+      std::getenv("ACEPLUG_CORPUS") ? std::getenv("ACEPLUG_CORPUS") : ACE_BENCH_CORPUS;
   size_t pieceKB = 64;
   int reps = 5;
   std::vector<int> threads;

@@ -134,7 +134,7 @@ struct Engine {
   // unchanged window.
   static void ClearTables(HashChainState& s) {
     const uint32_t last = s.position;
-    if (s.tablesTraceable && !s.alwaysClearInFull && last < D / 8) {
+    if (s.tablesTraceable && last < D / 8) {
       const uint8_t* w = s.window;
       for (uint32_t p = 0; p <= last; ++p) {
         s.head[M::HashAt(w, p)] = 0;
@@ -154,7 +154,7 @@ struct Engine {
   // (a slide clears the flags), so a short stretch is cleared by itself.
   static void ClearCrowding(HashChainState& s) {
     uint32_t* head = s.head;
-    if (s.position - s.crowdingFrom < D / 8 && !s.alwaysClearInFull) {
+    if (s.position - s.crowdingFrom < D / 8) {
       const uint8_t* w = s.window;
       for (uint32_t p = s.crowdingFrom; p <= s.position + kMaxCrowdDepth; ++p) {
         head[M::HashAt(w, p)] &= kPositionMask;
