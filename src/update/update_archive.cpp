@@ -16,6 +16,7 @@
 #include "update/entry_writer.h"
 #include "update/listed_names.h"
 #include "update/raw_copy.h"
+#include "update/solid_rebuild.h"
 #include "update/work_dir.h"
 
 namespace ace {
@@ -54,17 +55,8 @@ void UpdateArchive(FileMaskList* files) {
   FileMaskList keep;
   InitMaskList(&keep);
   char temp[kPathField];
-  if (!OpenTempArchive(temp)) return;
   ArcFileList entries;
-  InitArcFileList(&entries);
-  FileMaskList all;
-  InitMaskList(&all);
-  if (!AppendMask("*.*", &all)) {
-    DiscardTempArchive(temp);
-    return;
-  }
-  WalkArchive(&entries, &all);
-  DoneMaskList(&all);
+  if (!OpenTempArchiveListing(temp, &entries)) return;
   auto fail = [&] {
     DoneArcFileList(&entries);
     DoneMaskList(&keep);
@@ -72,7 +64,6 @@ void UpdateArchive(FileMaskList* files) {
     s.ArchiveHandle = kNoFile;
     DiscardTempArchive(temp);
   };
-  if (s.Status != 0) return fail();
   if (!OpenArchiveCopyingLeadingPart()) return fail();
 
   char candidate[kPathBuffer * 2];
@@ -130,21 +121,16 @@ void RebuildSolidArchive(FileMaskList* files) {
   SetStatus(AR_OK);
   WorkDir work;
   if (!work.Create()) return;  // 8902
-  char savedRelative[kPathField];
-  CopyText(savedRelative, sizeof savedRelative, s.RelativePath);
-  s.RelativePath[0] = '\0';
-  if (!work.Unpack()) {
-    CopyText(s.RelativePath, sizeof s.RelativePath, savedRelative);
-    return;
-  }
+  RelativePathAside relative;
+  relative.Clear();
+  if (!work.Unpack()) return;
   s.Comp.KeepPaths = 1;
   FileWorkList unpacked{};
   if (!work.Collect(&unpacked)) {
-    CopyText(s.RelativePath, sizeof s.RelativePath, savedRelative);
     FreeFileWorkList(&unpacked);
     return;
   }
-  CopyText(s.RelativePath, sizeof s.RelativePath, savedRelative);
+  relative.Put();
 
   FileMaskList keep;
   InitMaskList(&keep);
@@ -210,17 +196,7 @@ void RebuildSolidArchive(FileMaskList* files) {
   OrderByExtension(&merged);
 
   char temp[kPathField];
-  if (!StartRebuiltArchive(temp)) return release();
-  CopyText(savedRelative, sizeof savedRelative, s.RelativePath);
-  s.RelativePath[0] = '\0';
-  CallSignal(ScanTotal(), AR_SIGNAL_REBUILD);
-  AddSolidRun(merged, true);  // a failure leaves its status, checked below
-  CopyText(s.RelativePath, sizeof s.RelativePath, savedRelative);
-  DoneCompressor();
-  if (s.Status != 0) {
-    DiscardTempArchive(temp);
-    return release();
-  }
+  if (!PackRebuiltArchive(merged, temp)) return release();
   release();
   work.Remove();
   CloseAndPutInPlace(temp);
