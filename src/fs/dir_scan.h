@@ -48,7 +48,7 @@ int ScanDirectory(char* directory, size_t size, const char* pattern, FileMaskLis
 void FileWorkListFromMasks(const FileMaskList* masks, FileWorkList* work, const char* base);
 // Appends a copy of `record`. 0 with status 8 without memory, or with status 5
 // when a path does not fit its field; the list keeps what it holds.
-int AddFileWorkEntry(const FileWorkEntry& record, FileWorkList* work);
+[[nodiscard]] int AddFileWorkEntry(const FileWorkEntry& record, FileWorkList* work);
 void FreeFileWorkList(FileWorkList* work);
 // Appends every entry's stored name; stops once the status word is nonzero.
 void MasksFromArcFileList(const ArcFileList* entries, FileMaskList* masks);
@@ -60,10 +60,11 @@ void StoredForm(const char* path, char* target, size_t size = 260);
 // (RelativePath + "\" + node path) and the disk path (InputPath + node path),
 // each into a buffer of 260 bytes (cut to fit; the comparison uses the whole
 // texts); 1 on a match, else the outputs hold the last node's values.
-int FindListedFile(const char* name, const FileMaskList* masks, char* candidate, char* diskPath);
+[[nodiscard]] int FindListedFile(const char* name, const FileMaskList* masks, char* candidate,
+                                 char* diskPath);
 // Whether RelativePath + "\" + `name` is in `masks`; writes the node's path
 // into `path` (260 bytes, cut to fit); 1 on a match.
-int IsNameInList(const char* name, const FileMaskList* masks, char* path);
+[[nodiscard]] int IsNameInList(const char* name, const FileMaskList* masks, char* path);
 
 // Empties and removes `directory`, removing files that match `pattern` and
 // every subdirectory. Refuses (0, touching nothing) a text of fewer than 4

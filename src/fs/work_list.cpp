@@ -66,8 +66,7 @@ void FreeFileWorkList(FileWorkList* work) {
 void MasksFromArcFileList(const ArcFileList* entries, FileMaskList* masks) {
   if (entries == nullptr || masks == nullptr) return;
   for (const ArcFileEntry* e = entries->First; e != nullptr; e = e->Next) {
-    AppendMask(e->Name, masks);
-    if (Status() != 0) return;
+    if (!AppendMask(e->Name, masks) || Status() != 0) return;
   }
 }
 
