@@ -1,4 +1,5 @@
-// The internal list of files to compress and its conversions.
+#include "fs/work_list.h"
+
 #include <cstring>
 #include <new>
 

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "fs/dir_scan.h"
+#include "fs/work_list.h"
 
 namespace ace {
 

@@ -1,6 +1,8 @@
 #include "update/solid_rebuild.h"
 
 #include "compress/compressor.h"
+#include "fs/dir_scan.h"
+#include "fs/work_list.h"
 #include "plugin/callbacks.h"
 #include "update/entry_writer.h"
 #include "update/raw_copy.h"

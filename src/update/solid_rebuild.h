@@ -3,8 +3,8 @@
 // again as one solid run into a new temporary archive.
 #pragma once
 
-#include "fs/dir_scan.h"
 #include "fs/path_ops.h"
+#include "fs/work_list.h"
 #include "plugin/state.h"
 
 namespace ace {
