@@ -274,7 +274,7 @@ TEST_F(Listing, TruncatedLastEntry) {
     size_t entries;
   } cases[] = {
       {"inside the data", whole.size() - 1, 2},       {"inside the name", second + 38, 2},
-      {"inside the fixed fields", second + 20, 2},    {"inside the common part", second + 4, 1},
+      {"inside the fixed fields", second + 20, 2},    {"inside HEAD_FLAGS", second + 6, 2},
       {"after HEAD_CRC's first byte", second + 1, 1},
   };
   for (const auto& c : cases) {
