@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Builds and runs the whole suite three ways: native 64-bit, 32-bit (-m32, which
 # proves the record layouts) and under AddressSanitizer + UndefinedBehaviorSanitizer,
-# builds the benchmarks (without running them), then runs each fuzzer (decoder,
-# compress-decode round trip, comment decoder, archive listing) for FUZZ_SECONDS
-# (default 60).
+# checks the installed tree (scripts/check-install.sh, a test of the native
+# suite), builds the benchmarks (without running them), then runs each fuzzer
+# (decoder, compress-decode round trip, comment decoder, archive listing) for
+# FUZZ_SECONDS (default 60).
 #
 # Where a tool is missing (a 32-bit toolchain, clang's libFuzzer) or 32-bit
 # programs cannot run here (a kernel without IA-32 emulation), the part that
@@ -80,5 +81,5 @@ if ((${#not_run[@]})); then
   echo "everything else passed; NOT RUN:"
   printf '  - %s\n' "${not_run[@]}"
 else
-  echo "all three builds passed, the benchmarks build; the fuzzers found nothing"
+  echo "all three builds passed, the installed tree works, the benchmarks build; the fuzzers found nothing"
 fi
