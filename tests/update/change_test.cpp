@@ -304,19 +304,27 @@ TEST_F(Change, DirectoryEntriesAreAddedOnceWithValidNames) {
 }
 
 std::string g_intruder;
+bool g_intruded = false;
+// Once, while the old archive stands aside under a backup name.
+void Intrude() {
+  if (g_intruded || fs::exists(g_intruder)) return;
+  g_intruded = true;
+  WriteFileText(g_intruder, "intruder");
+}
 
 // Another program may take the archive's name while the old archive stands
-// aside under a backup name: the new archive still takes its place.
+// aside: the new archive still takes its place.
 TEST_F(Change, TheNewArchiveTakesItsNameWhateverTookItMeanwhile) {
   WriteFileBytes(archive, AceArchive({Stored("kept.txt", "kept")}));
   g_intruder = archive;
-  Host host;  // nothing is deleted before the old archive moves aside
+  Host host;  // the call after the first rename, whichever it is, meets the intruder
   host.beforeExport = [] {
-    platform::faults::Before(platform::faults::Kind::Delete, 1,
-                             [] { WriteFileText(g_intruder, "intruder"); });
+    platform::faults::Before(platform::faults::Kind::Delete, 1, Intrude);
+    platform::faults::Before(platform::faults::Kind::Rename, 2, Intrude);
   };
   ASSERT_EQ(MakeDir(archive, "made", settings, &host), AR_OK);
   platform::faults::Reset();
+  EXPECT_TRUE(g_intruded);
   EXPECT_EQ(List(archive).names(), (Strings{"kept.txt", "made\\"}));
 }
 
