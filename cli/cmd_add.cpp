@@ -7,6 +7,7 @@
 #include <string>
 
 #include "commands.h"
+#include "empty_folders.h"
 #include "entry_format.h"
 #include "file_scan.h"
 #include "interrupt.h"
@@ -162,6 +163,9 @@ ExitCode RunAdd(const AddOptions& options, const CommonOptions& common) {
   // The plug-in takes its thread count from the environment of its process.
   if (options.threads > 0) setenv("ACEPLUG_THREADS", std::to_string(options.threads).c_str(), 1);
 
+  // A solid archive comes back without its directory entries.
+  const std::vector<std::string> folders =
+      exists ? ListDirectoryNames(options.archive) : std::vector<std::string>{};
   InterruptGuard interrupts;
   uint16_t status;
   {
@@ -196,6 +200,7 @@ ExitCode RunAdd(const AddOptions& options, const CommonOptions& common) {
     progress.Clear();
   }
   if (status == AR_OK) {
+    PutBackEmptyFolders(context, options.archive, folders, {});
     CheckAndSummarize(context, options.archive, scan, prefix, !options.excludePaths,
                       progress.mode() == OutputMode::Quiet);
   }

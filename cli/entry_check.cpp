@@ -7,8 +7,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "crc32.h"
 #include "entry_format.h"
+#include "file_check.h"
 
 namespace acearc {
 

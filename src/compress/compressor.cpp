@@ -187,13 +187,7 @@ uint32_t Compressor::FilesStarted() const { return core_->filesStarted; }
 void Compressor::StartFile(uint32_t unpackedSize, bool solidContinue) {
   CompressorCore& c = *core_;
   if (c.ops == nullptr) return;
-  c.crc = 0;
-  c.unpackedSize = 0;
-  c.packedSize = 0;
-  c.bytesRead = 0;
-  c.processed = 0;
-  c.progressBase = 0;
-  c.grew = 0;
+  ClearFileResults();
   ResetCoder(c);
   // The engine reads input as it starts, so the CRC register is set first.
   c.crc = kCrcInit;
@@ -231,6 +225,17 @@ void Compressor::Finish() {
   CompressorCore& c = *core_;
   if (c.ops == nullptr) return;
   FinishOutput(c);
+}
+
+void Compressor::ClearFileResults() {
+  CompressorCore& c = *core_;
+  c.crc = 0;
+  c.unpackedSize = 0;
+  c.packedSize = 0;
+  c.bytesRead = 0;
+  c.processed = 0;
+  c.progressBase = 0;
+  c.grew = 0;
 }
 
 uint32_t Compressor::PackedSize() const { return core_->packedSize; }

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "fs/dir_scan.h"
+#include "fs/work_list.h"
 
 namespace ace {
 
@@ -31,9 +31,9 @@ struct FileFacts {
 };
 
 // 0 failure (status set), 1 done or skipped.
-int AddFileToArchive(const char* diskPath, const char* archiveName);
-int AddFileToSolidArchive(const char* diskPath, const char* archiveName, uint16_t flagBits,
-                          bool fresh);
+[[nodiscard]] int AddFileToArchive(const char* diskPath, const char* archiveName);
+[[nodiscard]] int AddFileToSolidArchive(const char* diskPath, const char* archiveName,
+                                        uint16_t flagBits, bool fresh);
 
 // The writers' parts for files read and coded ahead, each at the target's
 // position; false on failure (status set). `runFlags` are the solid run's
@@ -49,7 +49,7 @@ int WriteDirectoryEntryFromDisk(const char* diskPath, const char* archiveName, u
                                 bool solid, bool fresh);
 
 // Applies a solid writer's result to the run; false when it failed.
-bool AdvanceSolidRun(SolidRun& run, int result);
+[[nodiscard]] bool AdvanceSolidRun(SolidRun& run, int result);
 
 // Tells the host's file-name procedure which file comes next: its disk path
 // and its stored name with a leading "\".

@@ -1,6 +1,7 @@
 #include "update/raw_copy.h"
 
 #include "compress/compressor.h"
+#include "format/archive_walk.h"
 #include "fs/file_layer.h"
 #include "fs/temp_names.h"
 #include "plugin/state.h"
@@ -60,6 +61,16 @@ bool OpenArchiveCopyingLeadingPart() {
   return false;
 }
 
+bool OpenTempArchiveListing(char* temp, ArcFileList* entries) {
+  InitArcFileList(entries);
+  if (!OpenTempArchive(temp)) return false;
+  WalkArchive(entries, nullptr);  // no mask list: every entry
+  if (Status() == 0) return true;
+  DoneArcFileList(entries);
+  DiscardTempArchive(temp);
+  return false;
+}
+
 bool StartRebuiltArchive(char* temp) {
   if (!OpenTempArchive(temp)) return false;
   PluginState& s = State();
@@ -104,6 +115,9 @@ void PutArchiveInPlace(const char* tempArchive) {
     FileDelete(tempArchive);
     return;
   }
+  // Whatever appeared under the name since would stop the rename, and the
+  // old archive could then not go back either.
+  FileDelete(s.ArchivePath);
   if (!MoveFileA(tempArchive, s.ArchivePath)) {
     SetStatus(AR_IO_ERROR);
     FileDelete(tempArchive);

@@ -12,6 +12,7 @@
 #include "format/header_format.h"
 #include "fs/dos_time.h"
 #include "fs/file_layer.h"
+#include "fs/name_lookup.h"
 #include "plugin/callbacks.h"
 #include "update/entry_writer.h"
 #include "update/listed_names.h"
@@ -254,8 +255,7 @@ bool ParallelRun::CommitData(Pending& p) {
     return false;
   }
   job.packed.reset();
-  if (solid_) AdvanceSolidRun(run_, stored ? kSolidFresh : kSolidContinue);
-  return true;
+  return !solid_ || AdvanceSolidRun(run_, stored ? kSolidFresh : kSolidContinue);
 }
 
 // The pool is idle: its first compressor is the one the serial writer uses.

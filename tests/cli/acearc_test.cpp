@@ -214,6 +214,16 @@ TEST_F(Acearc, DeleteAndMkdirChangeTheArchiveAndForeignFilesAreRefused) {
   EXPECT_TRUE(Has(r.err, "extracting data/lcg8k\n") && !Has(r.err, "\r")) << "a line per file";
   r = Run({"-q", "t", "s.ace"});
   EXPECT_EQ(r.out + r.err, "");
+
+  // A solid archive is rebuilt from its files when it changes: the empty
+  // folder comes back after each change until it is deleted itself.
+  fs::copy_file(acetest::VectorsDir() / "archives/solid.ace", Path("solid.ace"));
+  fs::permissions(Path("solid.ace"), fs::perms::owner_write, fs::perm_options::add);
+  EXPECT_EQ(Run({"a", "solid.ace", "notes.txt"}).exitCode, 0);
+  EXPECT_EQ(Run({"d", "solid.ace", "*.txt"}).exitCode, 0);
+  EXPECT_EQ(Names("solid.ace"), (Strings{"data/lcg8k", "data/pattern60k", "docs/sub/"}));
+  EXPECT_EQ(Run({"d", "solid.ace", "docs/sub", "data/lcg8k"}).exitCode, 0);
+  EXPECT_EQ(Names("solid.ace"), Strings{"data/pattern60k"});
 }
 
 // Ctrl-C stops cleanly: a new archive goes again. A file that goes while

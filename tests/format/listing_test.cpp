@@ -205,7 +205,10 @@ TEST_F(OpenAndList, DamagedOrCutHeadersEndTheWalk) {
       {"cut in the data", Bytes(whole.begin(), whole.end() - 1), AR_OK, 2},
       {"cut in the name", Bytes(whole.begin(), whole.begin() + second + 38), AR_OK, 2},
       {"cut in the fixed fields", Bytes(whole.begin(), whole.begin() + second + 20), AR_OK, 2},
-      {"cut in the common part", Bytes(whole.begin(), whole.begin() + second + 4), AR_OK, 1},
+      {"cut in HEAD_SIZE", Bytes(whole.begin(), whole.begin() + second + 3), AR_BAD_HEADER, 1},
+      {"cut before the type byte", Bytes(whole.begin(), whole.begin() + second + 4), AR_BAD_HEADER,
+       1},
+      {"cut in HEAD_FLAGS", Bytes(whole.begin(), whole.begin() + second + 6), AR_OK, 2},
       {"only a main header", AceMainHeader(), AR_OK, 0},
       {"one entry too short for the header search", AceArchive({{.name = "A"}}), AR_OK, 1},
   };
@@ -219,12 +222,14 @@ TEST_F(OpenAndList, DamagedOrCutHeadersEndTheWalk) {
 }
 
 TEST_F(OpenAndList, CommentsAreDecodedAndConvertedUnlessTheHostIsWindows) {
+  // "Grüße" in code page 437, then a NUL: the text goes on after it.
+  using namespace std::string_literals;
   const std::string oem =
       "Gr\x81\xE1"
-      "e";  // "Grüße" in code page 437
+      "e\0\x81"s;
   const std::string utf8 =
       "Gr\xC3\xBC\xC3\x9F"
-      "e";
+      "e\0\xC3\xBC"s;
   for (auto [host, version, want] : {std::tuple{0, 10, utf8},
                                      {2, 10, oem},
                                      {5, 10, oem},

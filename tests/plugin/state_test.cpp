@@ -2,6 +2,7 @@
 // resets, status, options, stubs, fields, and the option records' effects.
 #include "plugin/state.h"
 
+#include "compress/compressor.h"
 #include "support/host.h"
 #include "support/test_support.h"
 
@@ -135,6 +136,10 @@ TEST(PluginState, CompressionOptionsShowInTheArchive) {
   };
   const auto reference = make(8, 1, 0);
   EXPECT_EQ(reference.first, 10u);
+  // Closing forgets the last file's CRC and counts.
+  EXPECT_EQ(ace::CompressorCrc(), 0u);
+  EXPECT_EQ(ace::CompressorPackedSize(), 0u);
+  EXPECT_EQ(ace::PluginCompressor().BytesRead(), 0u);
   EXPECT_EQ(make(5, 2, 0).first, 7u);
   EXPECT_EQ(make(6, 4, 0).first, 8u);
   EXPECT_NE(make(8, 1, 1).second, reference.second);

@@ -6,6 +6,7 @@
 #include <ctime>
 
 #include "archive_folder.h"
+#include "platform/fault_injection.h"
 #include "support/ace_builder.h"
 
 namespace acetest {
@@ -300,6 +301,31 @@ TEST_F(Change, DirectoryEntriesAreAddedOnceWithValidNames) {
   EXPECT_EQ(e.HeaderFlags, 0x0001u);
   EXPECT_GE(e.DosTime, before);
   EXPECT_LE(e.DosTime, DosStampOfNow());
+}
+
+std::string g_intruder;
+bool g_intruded = false;
+// Once, while the old archive stands aside under a backup name.
+void Intrude() {
+  if (g_intruded || fs::exists(g_intruder)) return;
+  g_intruded = true;
+  WriteFileText(g_intruder, "intruder");
+}
+
+// Another program may take the archive's name while the old archive stands
+// aside: the new archive still takes its place.
+TEST_F(Change, TheNewArchiveTakesItsNameWhateverTookItMeanwhile) {
+  WriteFileBytes(archive, AceArchive({Stored("kept.txt", "kept")}));
+  g_intruder = archive;
+  Host host;  // the call after the first rename, whichever it is, meets the intruder
+  host.beforeExport = [] {
+    platform::faults::Before(platform::faults::Kind::Delete, 1, Intrude);
+    platform::faults::Before(platform::faults::Kind::Rename, 2, Intrude);
+  };
+  ASSERT_EQ(MakeDir(archive, "made", settings, &host), AR_OK);
+  platform::faults::Reset();
+  EXPECT_TRUE(g_intruded);
+  EXPECT_EQ(List(archive).names(), (Strings{"kept.txt", "made\\"}));
 }
 
 }  // namespace
