@@ -386,7 +386,7 @@ int RunSpeculation(const Options& o) {
   for (const auto& [kb, level] :
        {std::pair{64, 1}, {64, 3}, {128, 1}, {256, 1}, {512, 1}, {1024, 1}, {1024, 3}, {64, 0}}) {
     ace::Compressor whole;
-    whole.Init(kb, level);
+    if (!whole.Init(kb, level)) throw std::runtime_error("no memory for an engine");
     std::vector<Token> truth;
     CodeFile(whole, data.data(), static_cast<uint32_t>(data.size()), false, &truth, 0);
     std::vector<uint32_t> gaps;
@@ -394,7 +394,7 @@ int RunSpeculation(const Options& o) {
       // Up to x as one file, then the chunk as its continuation: the tables
       // hold every position before x, the parse state starts afresh.
       ace::Compressor c;
-      c.Init(kb, level);
+      if (!c.Init(kb, level)) throw std::runtime_error("no memory for an engine");
       CodeFile(c, data.data(), x, false, nullptr, 0);
       std::vector<Token> guess;
       CodeFile(c, data.data() + x, chunk, true, &guess, x);
@@ -426,7 +426,7 @@ int RunSpeculation(const Options& o) {
   std::printf("|---|--:|--:|\n");
   for (int solid : {0, 1}) {
     ace::Compressor c;
-    c.Init(1024, 4);
+    if (!c.Init(1024, 4)) throw std::runtime_error("no memory for the optimal engine");
     const auto& prices = static_cast<ace::OptimalEngineState*>(c.Core().engine)->prices;
     uint32_t before[4] = {};
     int same = 0;

@@ -64,7 +64,8 @@ uint64_t EngineMemoryBytes(int32_t dictionaryKB, int32_t level) {
     // History, staging, the three heads, two links per position, the plan.
     return d + 4096 + d / 2 + 256 + d + 4 * (1025 + 262145 + 1048577) + 8 * d + 4096 * 12 + coder;
   }
-  return 2 * d + 600 + 4 * d + 4 * d + d + coder;  // history, heads, links, crowding flags
+  // History, heads (the crowding flag in their top bit), links, the engine's state.
+  return 2 * d + 600 + 4 * d + 4 * d + sizeof(HashChainState) + coder;
 }
 
 // ---- shared paths ----
