@@ -445,8 +445,8 @@ struct Engine {
 
   // Every position goes into the tables in the order Run enters them; the
   // lazy levels enter the one behind the data too, level 0 does not. Skipping
-  // sets no crowding flag: the next continuation or fresh start clears those
-  // that Run would have set.
+  // sets no crowding flag, and Run's would be cleared by the next continuation
+  // or fresh start: none is left, so the next clearing has nothing to walk.
   static void Skip(CompressorCore& core) {
     HashChainState& s = StateOf(core);
     const bool enterBehind = core.level != 0;
@@ -454,6 +454,7 @@ struct Engine {
       Advance(core, s);
       if (s.lookahead != 0 || enterBehind) Insert(s);
     }
+    s.crowdingFrom = s.position;
   }
 
   static const EngineOps& Ops() {
