@@ -256,33 +256,49 @@ TEST_F(Library, AnswersToTheStartOfAFile) {
   EXPECT_EQ(Calls(3, ACE_CALLBACK_STATE_STARTFILE).size(), 1u);
 }
 
-// Damage between the main header and the first entry is stepped over,
-// recovery records are skipped, and a broken header ends the test.
-TEST_F(Library, TestStepsOverJunkAndRecoveryRecordsAndStopsAtABrokenHeader) {
+// Junk between the main header and the first entry and a broken header are
+// reported (naming the entry when its name can be read), recovery records are
+// skipped, and the test goes on at the next intact header unless the caller
+// cancels at the damage.
+TEST_F(Library, TestReportsJunkAndBrokenHeadersAndGoesOnAfterThem) {
   Bytes broken = AceEntryBytes(Stored("c.txt", "third"));
   broken[0] ^= 0xFF;  // HEAD_CRC no longer matches
   const struct {
     Bytes archive;
+    bool cancel;
     int result;
-    std::vector<std::string> names;
+    std::vector<std::string> tested, damaged;
   } cases[] = {
       {Join({AceMainHeader(), Bytes(100, 0x5A), AceEntryBytes(Stored("a.txt", "after the junk"))}),
-       0,
-       {"a.txt"}},
-      {Join({AceArchive({Stored("a.txt", "first")}), AceRecovery(2, 8, Bytes(8, 0xEE)),
-             AceEntryBytes(Stored("b.txt", "second")), broken}),
+       false,
        ACE_CALLBACK_ERROR_HEADER,
-       {"a.txt", "b.txt"}},
+       {"a.txt"},
+       {""}},
+      {Join({AceArchive({Stored("a.txt", "first")}), AceRecovery(2, 8, Bytes(8, 0xEE)),
+             AceEntryBytes(Stored("b.txt", "second")), broken,
+             AceEntryBytes(Stored("d.txt", "fourth"))}),
+       false,
+       ACE_CALLBACK_ERROR_HEADER,
+       {"a.txt", "b.txt", "d.txt"},
+       {"c.txt"}},
+      {Join({AceArchive({Stored("a.txt", "first")}), broken,
+             AceEntryBytes(Stored("d.txt", "fourth"))}),
+       true,
+       ACE_RESULT_CANCELLED,
+       {"a.txt"},
+       {"c.txt"}},
   };
   for (const auto& c : cases) {
     calls_.clear();
+    answer_ = [&](AceCallbackRecord& r) { return c.cancel && r.Code == 556 ? 2 : -1; };
     AceTestStruc t{};
     t.Files.FileList = "";
     EXPECT_EQ(test_(Write(c.archive).c_str(), &t), c.result);
-    std::vector<std::string> names;
-    for (const Call& call : Calls(3, ACE_CALLBACK_STATE_STARTFILE)) names.push_back(call.name);
-    EXPECT_EQ(names, c.names);
-    EXPECT_EQ(Calls(1, ACE_CALLBACK_ERROR_HEADER).size(), c.result == 0 ? 0u : 1u);
+    std::vector<std::string> tested, damaged;
+    for (const Call& call : Calls(3, ACE_CALLBACK_STATE_STARTFILE)) tested.push_back(call.name);
+    for (const Call& call : Calls(1, ACE_CALLBACK_ERROR_HEADER)) damaged.push_back(call.name);
+    EXPECT_EQ(tested, c.tested);
+    EXPECT_EQ(damaged, c.damaged);
   }
 }
 

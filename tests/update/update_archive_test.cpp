@@ -496,7 +496,8 @@ TEST_F(UpdateArchiveTest, AnArchiveThatCannotBeReadThroughIsLeftAsItWas) {
   struct Archive {
     const char* what;
     Bytes bytes;
-    uint16_t status;  // left by every operation
+    uint16_t status;        // left by every operation
+    uint16_t unpacked = 0;  // when not 0: left by those that unpack a solid archive first
   };
   // The same entries, plain or solid, then what makes them unreadable.
   auto make = [&](uint16_t solid, bool cutShort) {
@@ -513,13 +514,15 @@ TEST_F(UpdateArchiveTest, AnArchiveThatCannotBeReadThroughIsLeftAsItWas) {
       {"a header of an unknown type", make(0, false), AR_BAD_HEADER},
       {"a header of an unknown type, solid", make(0x8000, false), AR_BAD_HEADER},
       {"an entry cut short by the end of the file", make(0, true), AR_IO_ERROR},
-      {"an entry cut short by the end of the file, solid", make(0x8000, true), AR_IO_ERROR},
+      {"an entry cut short by the end of the file, solid", make(0x8000, true), AR_IO_ERROR,
+       AR_ARCHIVE_ERROR},
   };
   for (const Archive& a : archives) {
     for (const Op& op : ops) {
       SCOPED_TRACE(testing::Message() << op.what << ", " << a.what);
       WriteArchive(a.bytes);
-      EXPECT_EQ(op.run(archive, settings), a.status);
+      const bool unpacks = &op != &ops[2] && a.unpacked != 0;
+      EXPECT_EQ(op.run(archive, settings), unpacks ? a.unpacked : a.status);
       EXPECT_EQ(ArchiveBytes(), a.bytes);
       ExpectNothingLeftOver();
     }
