@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "commands.h"
+#include "damage_check.h"
 #include "entry_format.h"
 #include "json_writer.h"
 #include "plugin_session.h"
@@ -260,6 +261,22 @@ ExitCode RunList(const ListOptions& options, const CommonOptions& common) {
                               std::to_string(listing.entries.size()) +
                               " entries: " + DescribeStatus(status));
     return ExitCodeForStatus(status);
+  }
+  // The walk takes what the headers say; the file may say otherwise. With
+  // masks the check needs every entry, so the archive is walked once more.
+  std::vector<Damage> damage;
+  if (options.masks.empty()) {
+    damage = CheckListing(options.archive, listing.entries);
+  } else {
+    MaskList all;
+    EntryList every;
+    BuildArcFileList(every.get(), all.get());
+    damage = CheckListing(options.archive, every.entries());
+  }
+  for (const Damage& d : damage) progress.Message("acearc: warning: " + d.Line());
+  if (!damage.empty()) {
+    ReportError(progress, options.archive + " is damaged (acearc t tests every entry)");
+    return kExitDamaged;
   }
   if (!options.masks.empty() && listing.entries.empty()) {
     progress.Message("acearc: warning: no entry matches the masks");

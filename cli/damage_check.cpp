@@ -1,0 +1,186 @@
+#include "damage_check.h"
+
+#include <dlfcn.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "entry_format.h"
+#include "format/crc32.h"
+#include "unace/unacev2.h"
+
+namespace acearc {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// The entry's name, or "" when the listing has none for it; `where` then
+// says which header is meant.
+std::string NameOf(const ArcFileEntry& entry, std::string* where) {
+  *where = std::string(entry.IsFile ? "the header" : "the recovery record") + " at offset " +
+           std::to_string(ToUInt64(entry.HeaderPos));
+  return entry.IsFile && entry.Name[0] != '\0' ? DisplayName(entry.Name) : std::string();
+}
+
+// One damage of an entry: "its header ..." when named, "the header at ..." when not.
+Damage About(const ArcFileEntry& entry, const std::string& named, const std::string& unnamed) {
+  std::string where;
+  std::string name = NameOf(entry, &where);
+  if (name.empty()) return {"", unnamed + " " + where};
+  return {name, named};
+}
+
+// What the library reported while testing, with the entry it was at.
+struct LibraryRun {
+  std::vector<Damage> found;
+  std::string lastStarted;  // the entry the library took up last, as shown
+};
+LibraryRun* g_run = nullptr;  // the callbacks carry no context of their own
+
+std::string NameIn(const AceCallbackRecord* r) {
+  if (r->FileData == nullptr || r->FileData->SourceFileName == nullptr) return {};
+  return DisplayName(r->FileData->SourceFileName);
+}
+
+int OnError(AceCallbackRecord* r) {
+  const std::string name = NameIn(r);
+  switch (r->Code) {
+    case ACE_CALLBACK_ERROR_ARCHIVE_CRC:
+      g_run->found.push_back({name, "CRC error"});
+      break;
+    case ACE_CALLBACK_ERROR_HEADER:
+      if (!name.empty()) {
+        g_run->found.push_back({name, "its header is damaged"});
+      } else {
+        g_run->found.push_back({"", g_run->lastStarted.empty()
+                                        ? "damaged header before the first entry"
+                                        : "damaged header after entry " + g_run->lastStarted});
+      }
+      break;
+    case ACE_CALLBACK_ERROR_READ:
+    case ACE_CALLBACK_ERROR_SEEK:
+      g_run->found.push_back({name, "the archive cannot be read"});
+      break;
+    default:
+      break;  // not damage: an unsupported entry, a missing volume
+  }
+  return ACE_CALLBACK_RETURN_OK;  // on to the next damage
+}
+
+int OnRequest(AceCallbackRecord* r) {
+  if (r->Code == ACE_CALLBACK_REQUEST_CHANGEVOLUME) {
+    std::error_code ec;
+    const char* next = r->ArchiveData != nullptr ? r->ArchiveData->ArchiveName : nullptr;
+    return next != nullptr && fs::exists(next, ec) ? ACE_CALLBACK_RETURN_OK
+                                                   : ACE_CALLBACK_RETURN_CANCEL;
+  }
+  return ACE_CALLBACK_RETURN_NO;  // an encrypted entry without a password is left out
+}
+
+int OnState(AceCallbackRecord* r) {
+  if (r->Code == ACE_CALLBACK_STATE_STARTFILE) g_run->lastStarted = NameIn(r);
+  return ACE_CALLBACK_RETURN_OK;
+}
+
+int OnInfo(AceCallbackRecord*) { return ACE_CALLBACK_RETURN_OK; }
+
+// The extraction library the plug-in uses: the one beside the plug-in.
+class UnAce {
+ public:
+  UnAce() {
+    Dl_info info{};
+    void* plugin = dlsym(RTLD_DEFAULT, "TestArc");
+    if (plugin == nullptr || dladdr(plugin, &info) == 0 || info.dli_fname == nullptr) return;
+    const fs::path path = fs::path(info.dli_fname).parent_path() / "UnAceV2.Dll";
+    handle_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (handle_ == nullptr) return;
+    init_ = reinterpret_cast<AceInitDllProc>(dlsym(handle_, "ACEInitDll"));
+    test_ = reinterpret_cast<AceTestProc>(dlsym(handle_, "ACETest"));
+  }
+  ~UnAce() {
+    if (handle_ != nullptr) dlclose(handle_);
+  }
+  UnAce(const UnAce&) = delete;
+  UnAce& operator=(const UnAce&) = delete;
+
+  bool loaded() const { return init_ != nullptr && test_ != nullptr; }
+  AceInitDllProc init_ = nullptr;
+  AceTestProc test_ = nullptr;
+
+ private:
+  void* handle_ = nullptr;
+};
+
+}  // namespace
+
+std::string Damage::Line() const {
+  return entry.empty() ? what : "damaged entry " + entry + ": " + what;
+}
+
+std::vector<Damage> CheckListing(const std::string& archive,
+                                 const std::vector<const ArcFileEntry*>& entries) {
+  std::vector<Damage> found;
+  std::error_code ec;
+  const uint64_t size = fs::file_size(archive, ec);
+  std::ifstream in(archive, std::ios::binary);
+  if (ec || !in || entries.empty()) return found;
+  uint64_t end = 0;
+  std::vector<char> header;
+  for (const ArcFileEntry* e : entries) {
+    const uint64_t pos = ToUInt64(e->HeaderPos);
+    const uint64_t dataPos = pos + 4 + e->HeaderSize;
+    if (dataPos > size) {
+      found.push_back(About(*e, "the archive ends inside its header", "the archive ends inside"));
+      found.back().endsInHeader = true;
+      return found;
+    }
+    header.resize(e->HeaderSize);
+    in.seekg(static_cast<std::streamoff>(pos + 4));
+    in.read(header.data(), static_cast<std::streamsize>(header.size()));
+    if (in && (ace::Crc32Update(ace::kCrcInit, header.data(), header.size()) & 0xFFFF) !=
+                  (e->HeaderCrc & 0xFFFF)) {
+      found.push_back(About(*e, "the checksum of its header does not match",
+                            "the checksum does not match for"));
+    }
+    end = dataPos + ToUInt64(e->PackedSize);
+    if (end > size) {
+      const std::string missing = CountOf(end - size, "byte", "bytes");
+      found.push_back(About(*e, "the archive ends " + missing + " before the end of its data",
+                            "the archive ends " + missing + " before the end of the data of"));
+      return found;
+    }
+  }
+  if (end < size) {
+    found.push_back({"", "the listing stopped " + CountOf(size - end, "byte", "bytes") +
+                             " before the end of the file"});
+  }
+  return found;
+}
+
+std::optional<std::vector<Damage>> DescribeDamage(const std::string& archive,
+                                                  const std::optional<std::string>& password) {
+  UnAce library;
+  if (!library.loaded()) return std::nullopt;
+  LibraryRun run;
+  g_run = &run;
+  AceInitDllStruc init{};
+  init.MaxArchiveTestBytes = 0x1FFFF;
+  init.MaxFileBufSize = 0x2FFFF;
+  init.TempDir = "";
+  init.InfoCallback = OnInfo;
+  init.ErrorCallback = OnError;
+  init.RequestCallback = OnRequest;
+  init.StateCallback = OnState;
+  library.init_(&init);
+  AceTestStruc test{};
+  test.Files.SourceDir = "";
+  test.Files.FileList = "";
+  test.Files.ExcludeList = "";
+  test.DecryptPassword = password ? password->c_str() : "";
+  library.test_(archive.c_str(), &test);
+  g_run = nullptr;
+  return run.found;
+}
+
+}  // namespace acearc
