@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Builds and runs the whole suite three ways: native 64-bit, 32-bit (-m32, which
 # proves the record layouts) and under AddressSanitizer + UndefinedBehaviorSanitizer,
-# builds the benchmarks (without running them), then runs each fuzzer (decoder,
-# compress-decode round trip, comment decoder, archive listing) for FUZZ_SECONDS
+# builds the benchmarks (without running them), then runs each fuzzer (decoder at
+# every dictionary, compress-decode round trip, comment decoder, archive listing,
+# testing and extraction, adding and deleting, file masks) for FUZZ_SECONDS
 # (default 60).
 set -euo pipefail
 cd "$(dirname "$0")/.."
