@@ -140,9 +140,9 @@ TEST_F(DosStamps, FileStampsAreLocalTime) {
       {1705320002, (44u << 9) | (1u << 5) | 15u, (13u << 11) | 1u},
       // 2024-07-15 12:30:58 UTC is 14:30:58 (summer).
       {1721046658, (44u << 9) | (7u << 5) | 15u, (14u << 11) | (30u << 5) | 29u},
-      // Before 1980 (local time) the stamp is 1 February 1980, 00:00:00.
-      {0, 0x0041, 0},
-      {315529199, 0x0041, 0},          // 1979-12-31 23:59:59 in Berlin
+      // Outside 1980..2107 (local time) the stamp is the nearest one there is.
+      {0, (1u << 5) | 1u, 0},
+      {315529199, (1u << 5) | 1u, 0},  // 1979-12-31 23:59:59 in Berlin
       {315529200, (1u << 5) | 1u, 0},  // 1980-01-01 00:00:00 in Berlin (23:00 UTC)
   };
   acetest::TempDir dir;
@@ -179,7 +179,16 @@ TEST_F(DosStamps, StampConversions) {
   // A stamp that names no real moment reads as 1 February 1980.
   EXPECT_EQ(FileTimeToDosStamp(DosStampToFileTime(0)), 0x00410000u);
   const FILETIME early{0, 0};
-  EXPECT_EQ(FileTimeToDosStamp(early), 0x00410000u);
+  EXPECT_EQ(FileTimeToDosStamp(early), 0x00210000u);
+  // 2107-12-31 23:59:58 in Berlin is the last stamp; 2108 is held to it.
+  const uint32_t last = ((127u << 9 | 12u << 5 | 31u) << 16) | (23u << 11 | 59u << 5 | 29u);
+  for (const uint64_t unixSeconds : {4354815598ULL, 4354815600ULL, 7258118400ULL}) {
+    const uint64_t t = (unixSeconds + 11644473600ULL) * 10000000ULL;
+    EXPECT_EQ(
+        FileTimeToDosStamp(FILETIME{static_cast<uint32_t>(t), static_cast<uint32_t>(t >> 32)}),
+        last)
+        << unixSeconds;
+  }
 
   const FILETIME now = DosStampToFileTime(CurrentDosStamp());
   const int64_t nowTicks =
