@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -29,6 +30,32 @@ Damage About(const ArcFileEntry& entry, const std::string& named, const std::str
   std::string name = NameOf(entry, &where);
   if (name.empty()) return {"", unnamed + " " + where};
   return {name, named};
+}
+
+uint32_t U16(const char* p) {
+  return static_cast<uint8_t>(p[0]) | static_cast<uint32_t>(static_cast<uint8_t>(p[1])) << 8;
+}
+
+bool ChecksumHolds(const char* header) {
+  const uint32_t size = U16(header + 2);
+  return (ace::Crc32Update(ace::kCrcInit, header + 4, size) & 0xFFFF) == U16(header);
+}
+
+// Where the main header ends, found as the plug-in finds it: the first
+// "**ACE**" 7 bytes into a header of type 0 whose checksum holds, within the
+// file's first 61,440 bytes. 0 when there is none.
+uint64_t MainHeaderEnd(std::ifstream& in, uint64_t size) {
+  std::string head(std::min<uint64_t>(size, 61440), '\0');
+  in.seekg(0);
+  in.read(head.data(), static_cast<std::streamsize>(head.size()));
+  if (!in) return 0;
+  for (size_t sig = head.find("**ACE**", 7); sig != std::string::npos;
+       sig = head.find("**ACE**", sig + 1)) {
+    const size_t h = sig - 7;
+    const size_t end = h + 4 + U16(&head[h + 2]);
+    if (head[h + 4] == 0 && end <= head.size() && ChecksumHolds(&head[h])) return end;
+  }
+  return 0;
 }
 
 // What the library reported while testing, with the entry it was at.
@@ -124,9 +151,14 @@ std::vector<Damage> CheckListing(const std::string& archive,
   std::error_code ec;
   const uint64_t size = fs::file_size(archive, ec);
   std::ifstream in(archive, std::ios::binary);
-  if (ec || !in || entries.empty()) return found;
-  uint64_t end = 0;
-  std::vector<char> header;
+  uint64_t end = ec || !in ? 0 : MainHeaderEnd(in, size);
+  if (end == 0) return found;
+  // The listing starts at the first intact file header after the main header.
+  if (!entries.empty() && ToUInt64(entries.front()->HeaderPos) > end) {
+    found.push_back({"", CountOf(ToUInt64(entries.front()->HeaderPos) - end, "byte", "bytes") +
+                             " between the main header and the first entry belong to no entry"});
+  }
+  std::string header;
   for (const ArcFileEntry* e : entries) {
     const uint64_t pos = ToUInt64(e->HeaderPos);
     const uint64_t dataPos = pos + 4 + e->HeaderSize;
@@ -135,11 +167,10 @@ std::vector<Damage> CheckListing(const std::string& archive,
       found.back().endsInHeader = true;
       return found;
     }
-    header.resize(e->HeaderSize);
-    in.seekg(static_cast<std::streamoff>(pos + 4));
+    header.resize(e->HeaderSize + 4);
+    in.seekg(static_cast<std::streamoff>(pos));
     in.read(header.data(), static_cast<std::streamsize>(header.size()));
-    if (in && (ace::Crc32Update(ace::kCrcInit, header.data(), header.size()) & 0xFFFF) !=
-                  (e->HeaderCrc & 0xFFFF)) {
+    if (in && !ChecksumHolds(header.data())) {
       found.push_back(About(*e, "the checksum of its header does not match",
                             "the checksum does not match for"));
     }
