@@ -58,6 +58,23 @@ uint64_t MainHeaderEnd(std::ifstream& in, uint64_t size) {
   return 0;
 }
 
+// The length of the intact recovery record at `pos` with its data, or 0.
+uint64_t RecoveryRecordAt(std::ifstream& in, uint64_t pos, uint64_t size) {
+  char fixed[11];
+  in.clear();
+  in.seekg(static_cast<std::streamoff>(pos));
+  if (pos + sizeof fixed > size || !in.read(fixed, sizeof fixed)) return 0;
+  const uint32_t headSize = U16(fixed + 2);
+  if ((fixed[4] != 2 && fixed[4] != 5) || headSize < 7 || pos + 4 + headSize > size) return 0;
+  std::string header(headSize + 4, '\0');
+  in.seekg(static_cast<std::streamoff>(pos));
+  if (!in.read(header.data(), static_cast<std::streamsize>(header.size())) ||
+      !ChecksumHolds(header.data())) {
+    return 0;
+  }
+  return 4 + headSize + (U16(fixed + 7) | static_cast<uint64_t>(U16(fixed + 9)) << 16);
+}
+
 // What the library reported while testing, with the entry it was at.
 struct LibraryRun {
   std::vector<Damage> found;
@@ -153,9 +170,12 @@ std::vector<Damage> CheckListing(const std::string& archive,
   std::ifstream in(archive, std::ios::binary);
   uint64_t end = ec || !in ? 0 : MainHeaderEnd(in, size);
   if (end == 0) return found;
-  // The listing starts at the first intact file header after the main header.
-  if (!entries.empty() && ToUInt64(entries.front()->HeaderPos) > end) {
-    found.push_back({"", CountOf(ToUInt64(entries.front()->HeaderPos) - end, "byte", "bytes") +
+  // The listing starts at the first intact file header after the main header;
+  // only recovery records may stand before it.
+  const uint64_t first = entries.empty() ? size : ToUInt64(entries.front()->HeaderPos);
+  for (uint64_t step; end < first && (step = RecoveryRecordAt(in, end, size)) != 0;) end += step;
+  if (!entries.empty() && first > end) {
+    found.push_back({"", CountOf(first - end, "byte", "bytes") +
                              " between the main header and the first entry belong to no entry"});
   }
   std::string header;
