@@ -5,6 +5,7 @@
 #include <functional>
 
 #include "cli/cli_fixture.h"
+#include "support/ace_builder.h"
 
 namespace clitest {
 namespace {
@@ -118,6 +119,19 @@ TEST_F(CliDamage, TheTestGoesOnPastDamageToTheEntriesBehindIt) {
       << tested.err;
   for (const Placed& intact : {entries_[0], entries_[3]}) {
     EXPECT_EQ(tested.err.find("damaged entry " + intact.name), std::string::npos) << tested.err;
+  }
+}
+
+// A recovery record between the main header and the first entry is stepped
+// over by the listing as damage is, but it is sound.
+TEST_F(CliDamage, ARecoveryRecordBeforeTheFirstEntryIsNoDamage) {
+  Bytes sound = whole_;
+  const Bytes record = acetest::AceRecovery(2, 8, Bytes(8, 0xEE));
+  sound.insert(sound.begin() + static_cast<long>(entries_[0].header), record.begin(), record.end());
+  acetest::WriteFileBytes(Path("r.ace"), sound);
+  for (const char* command : {"t", "l"}) {
+    RunResult run = RunAcearc({command, "r.ace"}, dir_.path());
+    EXPECT_EQ(run.exitCode, 0) << command << ": " << run.err;
   }
 }
 
