@@ -54,7 +54,7 @@ void CheckNothingOutside(const Sandbox& s) {
 }
 
 void Run(const Sandbox& s, bool extract, int32_t restorePaths) {
-  fuzzhost::Budget budget{4 << 20, 2000};
+  fuzzhost::Budget budget{1 << 20, 1000};
   InitArcFile(s.archive.c_str());
   if (GetArchiveStatus() == AR_OK) {
     fuzzhost::RegisterCallbacks(&budget);

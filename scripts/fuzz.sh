@@ -66,7 +66,7 @@ for t in "${targets[@]}"; do
   case $t in archive_fuzz | extract_fuzz | update_fuzz) max_len=65536 ;; esac
   "$build/bin/$t" -max_total_time="$seconds" -max_len="$max_len" -timeout=10 \
     -rss_limit_mb=2048 -print_final_stats=1 -artifact_prefix="$artifacts/$t-" \
-    "$build/corpus/$t" "$seeds/$t" 2>&1 | grep -E "^(#[0-9]+ +DONE|==[0-9]+==|SUMMARY|stat::number_of_executed_units|Done )|ERROR|Test unit written" || true
+    "$build/corpus/$t" "$seeds/$t" 2>&1 | grep -E "^(#[0-9]+[[:space:]]+DONE|==[0-9]+==|SUMMARY|stat::number_of_executed_units|Done )|ERROR|Test unit written" || true
   # libFuzzer exits non-zero on a finding; PIPESTATUS keeps its status past grep.
   [ "${PIPESTATUS[0]}" -eq 0 ] || { echo "$t found a failing input" >&2; status=1; }
 done
