@@ -39,7 +39,7 @@ rm -rf "$seeds"
 mkdir -p "$artifacts" "$TMPDIR"
 for t in "${targets[@]}"; do mkdir -p "$seeds/$t" "$build/corpus/$t"; done
 
-ASAN_OPTIONS=detect_leaks=0 "$build/bin/make_seeds" "$seeds/made" tests/data/vectors/inputs/*
+"$build/bin/make_seeds" "$seeds/made" tests/data/vectors/inputs/*
 byte() { printf "\\$(printf '%03o' "$1")"; }
 for t in "${targets[@]}"; do
   case $t in
