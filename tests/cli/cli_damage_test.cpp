@@ -1,6 +1,7 @@
-// Damaged archives through acearc t and l: every damage the archive's checks
-// can show ends in exit code 3 and names what it affects; none is reported as
-// fine, as a failure of this machine (2) or with an entry silently missing.
+// Damaged archives through acearc t, l and x: every damage the archive's
+// checks can show ends in exit code 3 and names what it affects; none is
+// reported as fine, as a failure of this machine (2) or with an entry silently
+// missing.
 #include <algorithm>
 #include <functional>
 
@@ -103,6 +104,10 @@ TEST_F(CliDamage, EveryDamageExitsWithThreeAndNamesWhatItAffects) {
     RunResult listed = RunAcearc({"l", "d.ace"}, dir_.path());
     EXPECT_EQ(listed.exitCode, 3) << listed.err;
     EXPECT_NE(listed.err.find("warning: " + c.text), std::string::npos) << listed.err;
+
+    fs::remove_all(Path("out"));
+    RunResult extracted = RunAcearc({"x", "-y", "d.ace", "-o", "out"}, dir_.path());
+    EXPECT_EQ(extracted.exitCode, 3) << extracted.err;
   }
 }
 
