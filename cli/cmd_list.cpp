@@ -5,6 +5,7 @@
 
 #include "commands.h"
 #include "damage_check.h"
+#include "entry_check.h"
 #include "entry_format.h"
 #include "entry_select.h"
 #include "json_writer.h"
@@ -155,7 +156,7 @@ void PrintJson(const std::string& archive, const Listing& listing, uint16_t stat
       json.Key("type");
       json.String(directory ? "directory" : "file");
       json.Key("name");
-      json.String(DisplayName(e->Name));
+      json.String(SlashedName(e->Name));
       json.Key("stored_name");
       json.String(e->Name);
       json.Key("size");
@@ -285,13 +286,22 @@ ExitCode RunList(const ListOptions& options, const CommonOptions& common) {
                               " entries: " + DescribeStatus(status));
     return ExitCodeForStatus(status);
   }
+  // Testing and extracting refuse such a header as damaged; the listing says so too.
+  bool nul = false;
+  for (const ArcFileEntry* e : listing.entries) {
+    if (!NameHoldsNul(*e)) continue;
+    ReportError(progress, DisplayName(e->Name) +
+                              "\\x00...: the stored name goes on after a NUL byte: " +
+                              DescribeStatus(AR_BAD_HEADER));
+    nul = true;
+  }
   // The walk takes what the headers say; the file may say otherwise.
   const std::vector<Damage> damage = CheckListing(options.archive, list.entries());
   for (const Damage& d : damage) progress.Message("acearc: warning: " + d.Line());
   if (!damage.empty()) {
     ReportError(progress, options.archive + " is damaged (acearc t tests every entry)");
-    return kExitDamaged;
   }
+  if (nul || !damage.empty()) return kExitDamaged;
   std::vector<std::string> unused = filter.Unused();
   for (const std::string& mask : unused) {
     progress.Message("acearc: warning: no entry of " + options.archive + " matches " + mask);
