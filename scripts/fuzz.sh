@@ -44,9 +44,10 @@ byte() { printf "\\$(printf '%03o' "$1")"; }
 for t in "${targets[@]}"; do
   case $t in
     decoder_fuzz) cp "$seeds"/made/decoder/* "$seeds/$t/" ;;
-    archive_fuzz | extract_fuzz | update_fuzz) cp "$seeds"/made/archives/*.ace "$seeds/$t/" ;;
+    archive_fuzz | extract_fuzz | update_fuzz)
+      cp "$seeds"/made/archives/*.ace tests/data/vectors/archives/*.ace "$seeds/$t/" ;;
     mask_fuzz) cp "$seeds"/made/masks/* "$seeds/$t/" ;;
-    comment_fuzz) cp tests/data/comments/*.bin "$seeds/$t/" ;;
+    comment_fuzz) cp tests/data/vectors/comments/*.bin "$seeds/$t/" ;;
     roundtrip_fuzz)
       # A setting byte, then the data.
       setting=0

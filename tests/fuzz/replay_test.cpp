@@ -23,7 +23,8 @@ constexpr Target kTargets[] = {{"mask_fuzz", ReplayMaskFuzz}};
 
 TEST(FuzzRegressions, EveryKeptInputRunsThroughItsTarget) {
   size_t replayed = 0;
-  for (const auto& dir : std::filesystem::directory_iterator(acetest::TestDataDir() / "fuzz")) {
+  for (const auto& dir :
+       std::filesystem::directory_iterator(std::filesystem::path(ACE_TEST_DATA_DIR) / "fuzz")) {
     const std::string name = dir.path().filename().string();
     const Target* target = nullptr;
     for (const Target& t : kTargets) target = name == t.name ? &t : target;

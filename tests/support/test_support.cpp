@@ -1,48 +1,93 @@
 #include "support/test_support.h"
 
+#include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <random>
 #include <stdexcept>
 
+#include "format/crc32.h"
+
+namespace fs = std::filesystem;
+
 namespace acetest {
+namespace {
+
+// Local time is Berlin's in every program, as CTest sets it, so that DOS
+// stamps and their summer and winter offsets are the same on any machine.
+class BerlinTime : public ::testing::Environment {
+  void SetUp() override {
+    setenv("TZ", "Europe/Berlin", 1);
+    tzset();
+  }
+};
+::testing::Environment* const kBerlinTime = ::testing::AddGlobalTestEnvironment(new BerlinTime);
+
+}  // namespace
 
 TempDir::TempDir() {
-  std::string pattern = (std::filesystem::temp_directory_path() / "acetest-XXXXXX").string();
+  std::string pattern = (fs::temp_directory_path() / "acetest-XXXXXX").string();
   if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
   path_ = pattern;
 }
 
 TempDir::~TempDir() {
   std::error_code ec;
-  // Read-only files and folders made by tests must not stop the clean-up.
-  for (auto& entry : std::filesystem::recursive_directory_iterator(path_, ec)) {
-    std::filesystem::permissions(entry.path(), std::filesystem::perms::owner_all,
-                                 std::filesystem::perm_options::add, ec);
+  for (auto& entry : fs::recursive_directory_iterator(path_, ec)) {
+    fs::permissions(entry.path(), fs::perms::owner_all, fs::perm_options::add, ec);
   }
-  std::filesystem::remove_all(path_, ec);
+  fs::remove_all(path_, ec);
 }
 
-Bytes ReadFileBytes(const std::filesystem::path& path) {
+ScopedTempFolder::ScopedTempFolder(const fs::path& folder) {
+  if (const char* old = std::getenv("TMPDIR")) old_ = old;
+  setenv("TMPDIR", folder.c_str(), 1);
+}
+
+ScopedTempFolder::~ScopedTempFolder() {
+  if (old_) {
+    setenv("TMPDIR", old_->c_str(), 1);
+  } else {
+    unsetenv("TMPDIR");
+  }
+}
+
+Bytes ReadFileBytes(const fs::path& path) {
   std::ifstream in(path, std::ios::binary);
   if (!in) throw std::runtime_error("cannot read " + path.string());
   return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
-void WriteFileBytes(const std::filesystem::path& path, const Bytes& data) {
+std::string ReadFileText(const fs::path& path) {
+  const Bytes bytes = ReadFileBytes(path);
+  return std::string(bytes.begin(), bytes.end());
+}
+
+void WriteFileBytes(const fs::path& path, const Bytes& data) {
   std::ofstream out(path, std::ios::binary | std::ios::trunc);
   out.write(reinterpret_cast<const char*>(data.data()), static_cast<std::streamsize>(data.size()));
   if (!out) throw std::runtime_error("cannot write " + path.string());
 }
 
-void WriteFileText(const std::filesystem::path& path, const std::string& text) {
-  WriteFileBytes(path, Bytes(text.begin(), text.end()));
+void WriteFileText(const fs::path& path, const std::string& text) {
+  WriteFileBytes(path, AsBytes(text));
 }
 
-std::filesystem::path SharedDir() { return ACE_SHARED_DIR; }
-std::filesystem::path TestDataDir() { return ACE_TEST_DATA_DIR; }
-std::filesystem::path BinDir() { return ACE_BIN_DIR; }
+Tree ReadTree(const fs::path& dir) {
+  Tree out;
+  for (const auto& e : fs::recursive_directory_iterator(dir)) {
+    const std::string name = fs::relative(e.path(), dir).generic_string();
+    out.emplace_back(e.is_directory() ? name + "/" : name,
+                     e.is_directory() ? "" : ReadFileText(e.path()));
+  }
+  std::sort(out.begin(), out.end());
+  return out;
+}
+
+fs::path VectorsDir() { return fs::path(ACE_TEST_DATA_DIR) / "vectors"; }
+fs::path BinDir() { return ACE_BIN_DIR; }
 
 Bytes RandomBytes(size_t size, uint32_t seed) {
   std::mt19937 gen(seed);
@@ -51,22 +96,24 @@ Bytes RandomBytes(size_t size, uint32_t seed) {
   return out;
 }
 
-Bytes Letters(size_t size, uint32_t seed, uint8_t count) {
-  Bytes data = RandomBytes(size, seed);
-  for (auto& b : data) b = static_cast<uint8_t>('a' + b % count);
-  return data;
+Bytes TextBytes(size_t size, uint32_t seed) {
+  static const char* const kWords[] = {"alpha ", "beta ", "gamma ", "delta\n", "epsilon ",
+                                       "zeta ",  "eta ",  "theta ", "iota\n",  "kappa "};
+  std::mt19937 gen(seed);
+  std::string s;
+  while (s.size() < size) s += kWords[gen() % 10];
+  s.resize(size);
+  return AsBytes(s);
 }
 
-Bytes VectorBytes(const std::string& relative) {
-  const std::filesystem::path local = TestDataDir() / "vectors" / relative;
-  return ReadFileBytes(std::filesystem::exists(local) ? local : SharedDir() / "vectors" / relative);
+uint32_t DataCrc(const Bytes& data) {
+  return ace::Crc32Update(ace::kCrcInit, data.data(), data.size());
 }
 
-Bytes CorpusBytes(const std::string& name) { return ReadFileBytes(SharedDir() / "corpus" / name); }
+Bytes VectorBytes(const std::string& relative) { return ReadFileBytes(VectorsDir() / relative); }
 
 std::vector<VectorRow> VectorRows() {
-  const Bytes table = VectorBytes("packed.tsv");
-  std::istringstream in(std::string(table.begin(), table.end()));
+  std::istringstream in(ReadFileText(VectorsDir() / "packed.tsv"));
   std::vector<VectorRow> rows;
   std::string line;
   std::getline(in, line);  // column names
