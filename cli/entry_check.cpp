@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "crc32.h"
 #include "entry_format.h"
+#include "file_check.h"
 
 namespace acearc {
 

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "platform/win32.h"
+#include "unace/unacev2.h"
 
 namespace ace::unace {
 
@@ -66,6 +67,9 @@ enum class HeaderRead {
 // Finds the main header: "**ACE**" at offset 7 of a type-0 header that lies
 // wholly within the first kMainHeaderSearchBytes and whose checksum holds.
 bool FindMainHeader(HANDLE file, MainHeader* header);
+// The archive record the callbacks see for the volume `name` (number
+// `volume`) whose main header is `main`; the reserved words are left alone.
+void DescribeArchive(const MainHeader& main, char* name, uint32_t volume, AceArchiveData* data);
 // Reads the header at `pos` of a file of `fileSize` bytes. A header that is
 // Truncated or Broken still gets the fields that could be read (a name only
 // when it lies inside the header), so that the damage can be put to an entry.
