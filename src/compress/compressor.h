@@ -61,7 +61,7 @@ class Compressor {
   Compressor& operator=(const Compressor&) = delete;
 
   // Allocates the engine for a dictionary of 64, 128, 256, 512 or 1024 KB and
-  // a level 0..4 (0: chain walks without a limit). Any other dictionary or a
+  // a level 0..4 (0 fastest: greedy, short walks). Any other dictionary or a
   // failed allocation: false, status 8, nothing held. Init on a ready
   // compressor releases the old engine first.
   [[nodiscard]] bool Init(int32_t dictionaryKB, int32_t level);

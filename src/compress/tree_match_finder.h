@@ -35,12 +35,12 @@ struct TreeMatchFinder {
   uint32_t* pairHead = nullptr;
   uint32_t* tripleHead = nullptr;
   uint32_t* treeHead = nullptr;
-  // Tree links, kTreeDictionary entries each, used as rings: position p owns
-  // entry (p + linkOffset) mod kTreeDictionary. Only positions of the last
-  // dictionary's length are ever reached, so a ring loses nothing, and the
-  // content never has to move with the history.
-  uint32_t* smaller = nullptr;
-  uint32_t* larger = nullptr;
+  // Tree links, used as a ring of kTreeDictionary slots: position p owns slot
+  // (p + linkOffset) mod kTreeDictionary, which holds its smaller-side link
+  // and then its larger-side link, so that a node visited is one cache line.
+  // Only positions of the last dictionary's length are ever reached, so a
+  // ring loses nothing, and the content never has to move with the history.
+  uint32_t* links = nullptr;
   uint32_t linkOffset = 0;
 
   uint32_t base = 1;      // position of history[0] (modulo 2^32)

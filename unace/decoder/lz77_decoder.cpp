@@ -130,7 +130,7 @@ DecodeStatus Lz77Decoder::Decode(const uint8_t** data, size_t* size) {
     return EntrySymbol(entry);
   };
 
-  while (out < soft) {
+  while (out < soft && err == DecodeStatus::kOk) {
     if (tokens == 0) {
       saveReader();
       err = ReadBlockHeader();
@@ -138,78 +138,84 @@ DecodeStatus Lz77Decoder::Decode(const uint8_t** data, size_t* size) {
       if (err != DecodeStatus::kOk) break;
       tokens = tokensLeft_;
     }
-    // A token reads at most two words: one for its main code and distance bits, one for its
-    // length code.
+    // A token reads at most two words (one for its main code and distance bits, one for its
+    // length code) and writes at most kMaxMatch bytes: this many tokens need no check of the
+    // input, the block or the chunk end (each still starts before `soft`).
     if (inEnd - next < 8) {
       saveReader();
       in_.Refill();
       loadReader();
     }
-    --tokens;
-    fill();
-    const uint32_t symbol = take(mainTable);
-    if (symbol < 256) {
-      *out++ = static_cast<uint8_t>(symbol);
-      continue;
-    }
-
-    uint32_t d;
-    uint32_t length;
-    if (symbol >= 260) {
-      const uint32_t n = symbol - 260;
-      if (n < 2) {
-        d = n;
-      } else {
-        const uint32_t extra = n - 1;  // at most 20 bits, still in the register
-        d = (1u << extra) | static_cast<uint32_t>(bits >> (64 - extra));
-        bits <<= extra;
-        count -= extra;
+    uint32_t run = std::min<uint32_t>(
+        {tokens, static_cast<uint32_t>(std::min<ptrdiff_t>(inEnd - next, 1 << 20) / 8),
+         static_cast<uint32_t>(soft - out - 1) / kMaxMatch + 1});
+    for (; run != 0; --run) {
+      --tokens;
+      fill();
+      const uint32_t symbol = take(mainTable);
+      if (symbol < 256) {
+        *out++ = static_cast<uint8_t>(symbol);
+        continue;
       }
-      ri = (ri + 1) & 3;
-      ring[ri] = d;
-      fill();
-      length = take(lengthTable) + 2 + (d > 255) + (d > 8191);
-    } else {
-      const uint32_t i = symbol - 256;
-      d = ring[(ri - i) & 3];
-      for (uint32_t k = i; k > 0; --k) ring[(ri - k) & 3] = ring[(ri - k + 1) & 3];
-      ring[ri] = d;
-      fill();
-      length = take(lengthTable) + (i >= 2 ? 3 : 2);
-    }
 
-    const size_t distance = size_t{d} + 1;
-    if (distance > static_cast<size_t>(out - runStart) || distance > history) {
-      err = DecodeStatus::kDistanceTooFar;
-      break;
+      uint32_t d;
+      uint32_t length;
+      if (symbol >= 260) {
+        const uint32_t n = symbol - 260;
+        if (n < 2) {
+          d = n;
+        } else {
+          const uint32_t extra = n - 1;  // at most 20 bits, still in the register
+          d = (1u << extra) | static_cast<uint32_t>(bits >> (64 - extra));
+          bits <<= extra;
+          count -= extra;
+        }
+        ri = (ri + 1) & 3;
+        ring[ri] = d;
+        fill();
+        length = take(lengthTable) + 2 + (d > 255) + (d > 8191);
+      } else {
+        const uint32_t i = symbol - 256;
+        d = ring[(ri - i) & 3];
+        for (uint32_t k = i; k > 0; --k) ring[(ri - k) & 3] = ring[(ri - k + 1) & 3];
+        ring[ri] = d;
+        fill();
+        length = take(lengthTable) + (i >= 2 ? 3 : 2);
+      }
+
+      const size_t distance = size_t{d} + 1;
+      if (distance > static_cast<size_t>(out - runStart) || distance > history) {
+        err = DecodeStatus::kDistanceTooFar;
+        break;
+      }
+      if (length > static_cast<size_t>(hard - out)) {
+        err = DecodeStatus::kSizeOverrun;
+        break;
+      }
+      const uint8_t* src = out - distance;
+      if (distance >= 16) {
+        uint8_t* o = out;
+        uint8_t* const e = out + length;
+        do {
+          std::memcpy(o, src, 16);
+          o += 16;
+          src += 16;
+        } while (o < e);
+      } else if (distance == 1) {
+        std::memset(out, *src, length);
+      } else if (distance >= 8) {
+        uint8_t* o = out;
+        uint8_t* const e = out + length;
+        do {
+          std::memcpy(o, src, 8);
+          o += 8;
+          src += 8;
+        } while (o < e);
+      } else {
+        for (uint32_t k = 0; k < length; ++k) out[k] = src[k];
+      }
+      out += length;
     }
-    if (length > static_cast<size_t>(hard - out)) {
-      err = DecodeStatus::kSizeOverrun;
-      break;
-    }
-    const uint8_t* src = out - distance;
-    if (distance >= 16) {
-      uint8_t* o = out;
-      uint8_t* const e = out + length;
-      do {
-        std::memcpy(o, src, 16);
-        o += 16;
-        src += 16;
-      } while (o < e);
-    } else if (distance == 1) {
-      std::memset(out, *src, length);
-    } else if (distance >= 8) {
-      uint8_t* o = out;
-      uint8_t* const e = out + length;
-      do {
-        std::memcpy(o, src, 8);
-        o += 8;
-        src += 8;
-      } while (o < e);
-    } else {
-      for (uint32_t k = 0; k < length; ++k) out[k] = src[k];
-    }
-    out += length;
   }
 
   saveReader();
