@@ -84,8 +84,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     ace::MaskNodePath(one.First, path, sizeof path);
     DoneFileMaskList(&one);
   }
-  ace::MatchesMaskList(name.c_str(), &list);
-  ace::unace::FileList(masks.c_str()).Selects(name);
+  // Only the sanitizers judge these two: no simpler model of their rules exists here.
+  static_cast<void>(ace::MatchesMaskList(name.c_str(), &list));
+  static_cast<void>(ace::unace::FileList(masks.c_str()).Selects(name));
   DoneFileMaskList(&list);
   return 0;
 }
