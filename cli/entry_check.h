@@ -1,6 +1,6 @@
 // Checks of archive entries made by the host: names that would land outside
 // the output folder, and extracted files compared with the sizes and CRCs of
-// the listing, which is how acearc names the entries of a damaged archive.
+// the listing, which is how acearc x names the entries of a damaged archive.
 #pragma once
 
 #include <cstdint>
@@ -53,11 +53,5 @@ std::vector<std::string> FindMismatches(const std::filesystem::path& root,
                                         const std::vector<EntryRecord>& entries, bool restorePaths,
                                         const std::set<std::string>& ignore,
                                         const std::set<std::string>* only);
-
-// Extracts the whole archive into a scratch folder under the system's
-// temporary folder, compares, and removes the folder again. nullopt when that
-// cannot be done (no space, unsafe names, the extraction failed otherwise).
-std::optional<std::vector<std::string>> FindDamagedByExtracting(
-    const std::string& archive, const std::vector<EntryRecord>& entries, const Answers& answers);
 
 }  // namespace acearc
