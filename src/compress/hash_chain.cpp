@@ -11,7 +11,7 @@ namespace ace {
 namespace {
 
 constexpr uint32_t kWindowSpare = 600;  // searches read up to 263 bytes past the position
-constexpr uint32_t kMaxMatch = 256;
+constexpr uint32_t kMaxMatch = lz77::kMaxEmittedMatch;
 constexpr uint32_t kMaxCrowdDepth = 253;
 constexpr uint32_t kAbortLookahead = 300;
 // A head entry holds a position (below 2^21) and, in its top bit, the hash's
@@ -397,7 +397,7 @@ struct Engine {
       }
       const auto length = static_cast<uint32_t>(s.matchLength);
       const uint32_t distance = s.position - s.matchPosition;
-      RecordMatch(core, NewDistanceLengthSymbol(length, distance - 1), distance);
+      RecordMatch(core, lz77::NewDistanceLengthSymbol(length, distance - 1), distance);
       core.processed += length;
       for (uint32_t i = 1; i < length; ++i) {
         Advance(core, s);
@@ -429,7 +429,7 @@ struct Engine {
       } else {
         const uint32_t length = static_cast<uint32_t>(s.previousLength);
         const uint32_t distance = s.previousDistance;
-        RecordMatch(core, NewDistanceLengthSymbol(length, distance - 1), distance);
+        RecordMatch(core, lz77::NewDistanceLengthSymbol(length, distance - 1), distance);
         core.processed += length;
         for (uint32_t i = 2; i < length; ++i) {
           Advance(core, s);

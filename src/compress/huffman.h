@@ -4,11 +4,12 @@
 
 #include <cstdint>
 
+#include "format/lz77_format.h"
+
 namespace ace {
 
-// Largest alphabet any code has (the main code: 256 literals, 4 repeat
-// symbols, 22 distance classes).
-inline constexpr int kMaxHuffmanSymbols = 282;
+// Largest alphabet any code has: the main code's.
+inline constexpr int kMaxHuffmanSymbols = lz77::kMainSymbols;
 // Widths are sent in 4-bit fields at most; no code of the format is longer.
 inline constexpr int kMaxHuffmanWidth = 15;
 

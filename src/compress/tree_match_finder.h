@@ -6,11 +6,13 @@
 
 #include <cstdint>
 
+#include "format/lz77_format.h"
+
 namespace ace {
 
 inline constexpr uint32_t kTreeDictionary = 1u << 20;
 inline constexpr uint32_t kTreeMatchLimit = 32;
-inline constexpr uint32_t kTreeMaxMatch = 256;
+inline constexpr uint32_t kTreeMaxMatch = lz77::kMaxEmittedMatch;
 inline constexpr uint32_t kTreeCutValue = 255;
 // Bytes kept before the position: the dictionary plus room for the coder,
 // which trails the match finder by up to a plan's length.

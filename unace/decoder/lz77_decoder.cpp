@@ -7,8 +7,6 @@
 namespace ace {
 namespace {
 
-// Longest match: length symbol 255 plus the new-distance minimum of 4.
-constexpr uint32_t kMaxMatch = 259;
 // Room behind the window for a match that starts just before the chunk end and for the copy
 // loops, which move 16 bytes at a time and may write past the match end.
 constexpr size_t kSlack = 1024;
@@ -62,8 +60,8 @@ DecodeStatus Lz77Decoder::ReadBlockHeader() {
     if (in_.Overrun()) return DecodeStatus::kTruncated;
     return fallback;
   };
-  if (!ReadCodeWidths(in_, kMaxMainSymbol, mainWidths_, mainTable_) ||
-      !ReadCodeWidths(in_, kMaxLengthSymbol, lengthWidths_, lengthTable_)) {
+  if (!ReadCodeWidths(in_, lz77::kMainSymbols - 1, mainWidths_, mainTable_) ||
+      !ReadCodeWidths(in_, lz77::kLengthSymbols - 1, lengthWidths_, lengthTable_)) {
     return failure(DecodeStatus::kBadCodeTable);
   }
   tokensLeft_ = in_.Read(15);
@@ -87,7 +85,7 @@ DecodeStatus Lz77Decoder::Decode(const uint8_t** data, size_t* size) {
   uint8_t* const start = base + pos_;
   uint8_t* const soft = start + want;  // the loop stops once this is reached
   // A match may pass the chunk end, but not the file's end.
-  uint8_t* const hard = start + std::min<uint64_t>(remaining_, want + kMaxMatch);
+  uint8_t* const hard = start + std::min<uint64_t>(remaining_, want + lz77::kMaxMatchLength);
   const uint8_t* const runStart = base + runStart_;
   const size_t history = history_;
   const uint16_t* const mainTable = mainTable_;
@@ -99,7 +97,8 @@ DecodeStatus Lz77Decoder::Decode(const uint8_t** data, size_t* size) {
   const uint8_t* next = in_.next;
   const uint8_t* inEnd = in_.end;
   uint32_t tokens = tokensLeft_;
-  uint32_t ring[4] = {ring_[0], ring_[1], ring_[2], ring_[3]};
+  uint32_t ring[lz77::kRingSize];
+  std::copy(std::begin(ring_), std::end(ring_), ring);
   uint32_t ri = ringIndex_;
   DecodeStatus err = DecodeStatus::kOk;
 
@@ -139,7 +138,7 @@ DecodeStatus Lz77Decoder::Decode(const uint8_t** data, size_t* size) {
       tokens = tokensLeft_;
     }
     // A token reads at most two words (one for its main code and distance bits, one for its
-    // length code) and writes at most kMaxMatch bytes: this many tokens need no check of the
+    // length code) and writes at most kMaxMatchLength bytes: this many tokens need no check of the
     // input, the block or the chunk end (each still starts before `soft`).
     if (inEnd - next < 8) {
       saveReader();
@@ -148,20 +147,20 @@ DecodeStatus Lz77Decoder::Decode(const uint8_t** data, size_t* size) {
     }
     uint32_t run = std::min<uint32_t>(
         {tokens, static_cast<uint32_t>(std::min<ptrdiff_t>(inEnd - next, 1 << 20) / 8),
-         static_cast<uint32_t>(soft - out - 1) / kMaxMatch + 1});
+         static_cast<uint32_t>(soft - out - 1) / lz77::kMaxMatchLength + 1});
     for (; run != 0; --run) {
       --tokens;
       fill();
       const uint32_t symbol = take(mainTable);
-      if (symbol < 256) {
+      if (symbol < lz77::kLiteralSymbols) {
         *out++ = static_cast<uint8_t>(symbol);
         continue;
       }
 
       uint32_t d;
       uint32_t length;
-      if (symbol >= 260) {
-        const uint32_t n = symbol - 260;
+      if (symbol >= lz77::kFirstDistanceSymbol) {
+        const uint32_t n = symbol - lz77::kFirstDistanceSymbol;
         if (n < 2) {
           d = n;
         } else {
@@ -170,17 +169,14 @@ DecodeStatus Lz77Decoder::Decode(const uint8_t** data, size_t* size) {
           bits <<= extra;
           count -= extra;
         }
-        ri = (ri + 1) & 3;
-        ring[ri] = d;
+        lz77::PushDistance(ring, ri, d);
         fill();
-        length = take(lengthTable) + 2 + (d > 255) + (d > 8191);
+        length = take(lengthTable) + lz77::NewDistanceMinLength(d);
       } else {
-        const uint32_t i = symbol - 256;
-        d = ring[(ri - i) & 3];
-        for (uint32_t k = i; k > 0; --k) ring[(ri - k) & 3] = ring[(ri - k + 1) & 3];
-        ring[ri] = d;
+        const uint32_t i = symbol - lz77::kFirstRepeatSymbol;
+        d = lz77::RepeatDistance(ring, ri, i);
         fill();
-        length = take(lengthTable) + (i >= 2 ? 3 : 2);
+        length = take(lengthTable) + lz77::RepeatMinLength(i);
       }
 
       const size_t distance = size_t{d} + 1;
