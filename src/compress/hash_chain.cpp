@@ -13,7 +13,13 @@ namespace {
 constexpr uint32_t kWindowSpare = 600;  // searches read up to 263 bytes past the position
 constexpr uint32_t kMaxMatch = lz77::kMaxEmittedMatch;
 constexpr uint32_t kMaxCrowdDepth = 253;
+// An abort ends the run by setting the look-ahead to this: the run loops end
+// when it reaches 0, with no status test per position. It exceeds what the
+// token in progress can still consume (kMaxMatch moves and one search), so
+// the count cannot wrap; the few positions left are coded into a sink that
+// takes nothing more.
 constexpr uint32_t kAbortLookahead = 300;
+static_assert(kAbortLookahead > kMaxMatch + 1);
 // A head entry holds a position (below 2^21) and, in its top bit, the hash's
 // crowding flag, so that one load gives both.
 constexpr uint32_t kCrowded = 1u << 31;

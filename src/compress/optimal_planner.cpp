@@ -59,8 +59,8 @@ PlanStep NextPlanStep(OptimalPlanner& pl, TreeMatchFinder& mf, const OptimalPric
   if (mainLength > kTreeMatchLimit) {
     // Long matches are taken as they come: no plan could do much better.
     for (uint32_t i = 1; i < mainLength; ++i) SkipPosition(mf);
-    pl.ahead += mainLength - 1;
-    pl.ahead -= mainLength;
+    // The finder moved mainLength - 1 positions on, the coder mainLength.
+    --pl.ahead;
     return PlanStep{mainLength, static_cast<int32_t>(dist[kTreeMatchLimit]), 0};
   }
 

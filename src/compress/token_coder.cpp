@@ -64,8 +64,12 @@ void WriteCodeWidths(BitWriter& w, const uint8_t* widths, int last) {
   for (int i = 0; i <= last; ++i) w.Put(treeCode[delta[i]], treeWidth[delta[i]]);
 }
 
-// Words a writer that keeps each word until the next field needs room would
-// have handed on by now: the last complete word
+// Each chunk handed on is an output write and a progress report, so when a
+// chunk goes out decides what the host sees and where a refusal stops the
+// output; chunks leave as they would from a writer that keeps each word until
+// the next field needs room.
+//
+// Words such a writer would have handed on by now: the last complete word
 // still waits when no bit follows it.
 inline int64_t EmittedWords(const CompressorCore& core) {
   const int64_t words = core.outBytes / 4;
