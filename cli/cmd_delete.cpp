@@ -17,10 +17,6 @@ namespace acearc {
 
 ExitCode RunDelete(const DeleteOptions& options, const CommonOptions& common) {
   ProgressDisplay progress(ChooseOutputMode(common.quiet));
-  if (std::string problem = PathProblem(options.archive); !problem.empty()) {
-    ReportError(progress, options.archive + ": " + problem);
-    return kExitFailed;
-  }
   HostContext context(Operation::Delete, AnswersFrom(common), progress);
   InterruptGuard interrupts;
   uint16_t status;
@@ -28,10 +24,9 @@ ExitCode RunDelete(const DeleteOptions& options, const CommonOptions& common) {
   std::vector<std::string> folders;
   std::set<std::string> deleted;
   {
-    ArchiveSession session = ArchiveSession::Open(options.archive);
-    if (ExitCode code = CheckOpened(progress, options.archive, session.status()); code != kExitOk) {
+    std::optional<ArchiveSession> session;
+    if (ExitCode code = OpenExisting(progress, options.archive, session); code != kExitOk)
       return code;
-    }
     std::vector<EntryRecord> all;
     {
       MaskList none;

@@ -30,20 +30,14 @@ void ReportDamagedEntries(HostContext& context, const std::string& archive,
 
 ExitCode RunTest(const std::string& archive, const CommonOptions& common) {
   ProgressDisplay progress(ChooseOutputMode(common.quiet));
-  if (std::string problem = PathProblem(archive); !problem.empty()) {
-    ReportError(progress, archive + ": " + problem);
-    return kExitFailed;
-  }
   HostContext context(Operation::Test, AnswersFrom(common), progress);
   InterruptGuard interrupts;
   std::vector<EntryRecord> entries;
   uint64_t total = 0;
   uint16_t status;
   {
-    ArchiveSession session = ArchiveSession::Open(archive);
-    if (ExitCode code = CheckOpened(progress, archive, session.status()); code != kExitOk) {
-      return code;
-    }
+    std::optional<ArchiveSession> session;
+    if (ExitCode code = OpenExisting(progress, archive, session); code != kExitOk) return code;
     // The listing first: the entries to name if the data turns out damaged,
     // and a header walk that fails is reported before any data is read.
     {

@@ -27,6 +27,16 @@ ExitCode CheckOpened(ProgressDisplay& progress, const std::string& archive, uint
   return ExitCodeForStatus(status);
 }
 
+ExitCode OpenExisting(ProgressDisplay& progress, const std::string& archive,
+                      std::optional<ArchiveSession>& session) {
+  if (std::string problem = PathProblem(archive); !problem.empty()) {
+    ReportError(progress, archive + ": " + problem);
+    return kExitFailed;
+  }
+  session.emplace(ArchiveSession::Open(archive));
+  return CheckOpened(progress, archive, session->status());
+}
+
 ExitCode FinishOperation(HostContext& context, const std::string& what, uint16_t status) {
   if (status == AR_OK) return context.warnings > 0 ? kExitWarning : kExitOk;
   if (status == AR_ABORTED) {
