@@ -1,3 +1,25 @@
+// The hash-chain match finder and its lazy parse.
+//
+// How it works: `head` maps the 3-byte hash of a position to the newest
+// earlier position with that hash, and `chain` (at position mod D) links each
+// position to the previous one with the same hash, so candidates are walked
+// newest, hence nearest, first. A walk ends at the level's chain limit or at
+// the dictionary's edge. A hash whose walk ran out of its limit is flagged
+// crowded; the next search there walks the chain of the hash k bytes further
+// on instead (a rarer hash, whose candidates moved back by k still line up
+// with the position) and returns to its own chain only for matches too short
+// to be seen from there. 2-byte matches come from a small pair chain within
+// 255 bytes. The parse is lazy: a match found at p is held for one position
+// and taken only when p + 1 offers no longer one.
+//
+// Why it is fast: the window is 2·D bytes and slides by D, so positions stay
+// small and the tables are rebased once per D bytes, never per byte. Most
+// candidates are rejected by one 16-bit load at the current best length
+// before any full comparison, and comparisons run eight bytes at a time. The
+// next link and its bytes are prefetched while a candidate is compared, and
+// the head entry two positions on while the current one is searched. One
+// load of a head entry gives both the position and the crowding flag, and
+// crowding bounds the cost of long runs of one hash (zeros, say).
 #include "compress/hash_chain.h"
 
 #include <bit>

@@ -1,3 +1,19 @@
+// The decoding loop.
+//
+// How it works: each block starts with its two codes' widths, from which the
+// decode tables are built; then every token is one look-up of a main symbol.
+// A literal is stored; a repeat or a new distance updates the ring and is
+// followed by one look-up of a length; a match is a copy from earlier in the
+// window. The window holds several histories and slides down by one memmove
+// when the next chunk would not fit.
+//
+// Why it is fast: the tables are as wide as the longest code, so each symbol
+// is a single look-up. The bit reader lives in locals (a 64-bit register
+// refilled 32 bits at a time) and is stored back only around block headers
+// and input refills. The loop runs as many tokens as can be shown to fit the
+// input and the chunk without a bounds check per token, and copies move 16 or
+// 8 bytes at a time into slack behind the window, a memset for a run of one
+// byte.
 #include "unace/decoder/lz77_decoder.h"
 
 #include <algorithm>
