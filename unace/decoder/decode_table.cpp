@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "compress/huffman.h"
+#include "format/width_order.h"
 
 namespace ace {
 
