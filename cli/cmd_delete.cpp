@@ -25,16 +25,11 @@ ExitCode RunDelete(const DeleteOptions& options, const CommonOptions& common) {
   std::set<std::string> deleted;
   {
     std::optional<ArchiveSession> session;
-    if (ExitCode code = OpenExisting(progress, options.archive, session); code != kExitOk)
+    if (ExitCode code = OpenExisting(progress, options.archive, session); code != kExitOk) {
       return code;
-    std::vector<EntryRecord> all;
-    {
-      MaskList none;
-      EntryList list;
-      BuildArcFileList(list.get(), none.get());
-      status = GetArchiveStatus();
-      all = RecordsOf(list);
     }
+    std::vector<EntryRecord> all;
+    status = ListOpenArchive(all);
     if (status != AR_OK) {
       ReportError(progress,
                   "deleting from " + options.archive + " failed: " + DescribeStatus(status));

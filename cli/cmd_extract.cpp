@@ -54,18 +54,12 @@ ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) 
   std::vector<fs::path> flatFolders;  // made for directory entries by `e`; removed again
   uint16_t status;
   {
-    ArchiveSession session = ArchiveSession::Open(options.archive);
-    if (ExitCode code = CheckOpened(progress, options.archive, session.status()); code != kExitOk) {
+    std::optional<ArchiveSession> session;
+    if (ExitCode code = OpenExisting(progress, options.archive, session); code != kExitOk) {
       return code;
     }
     std::vector<EntryRecord> all;
-    {
-      MaskList none;
-      EntryList list;
-      BuildArcFileList(list.get(), none.get());
-      status = GetArchiveStatus();
-      all = RecordsOf(list);
-    }
+    status = ListOpenArchive(all);
     if (status != AR_OK) {
       ReportError(progress, "extracting " + options.archive + " failed: " + DescribeStatus(status));
       return ExitCodeForStatus(status);

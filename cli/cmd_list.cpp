@@ -247,8 +247,9 @@ void PrintJson(const std::string& archive, const Listing& listing, uint16_t stat
 ExitCode RunList(const ListOptions& options, const CommonOptions& common) {
   ProgressDisplay progress(ChooseOutputMode(common.quiet));
   std::optional<ArchiveSession> session;
-  if (ExitCode code = OpenExisting(progress, options.archive, session); code != kExitOk)
+  if (ExitCode code = OpenExisting(progress, options.archive, session); code != kExitOk) {
     return code;
+  }
   CompOptions defaults{};
   SetCompExtraFeatures(&defaults);  // also makes the listing read file comments
 

@@ -15,8 +15,9 @@ ExitCode RunMakeDirectory(const MakeDirectoryOptions& options, const CommonOptio
   uint16_t status;
   {
     std::optional<ArchiveSession> session;
-    if (ExitCode code = OpenExisting(progress, options.archive, session); code != kExitOk)
+    if (ExitCode code = OpenExisting(progress, options.archive, session); code != kExitOk) {
       return code;
+    }
     RegisterCallbacks(context);
     CompOptions comp{};
     comp.KeepPaths = 1;  // the name is stored as given

@@ -40,13 +40,7 @@ ExitCode RunTest(const std::string& archive, const CommonOptions& common) {
     if (ExitCode code = OpenExisting(progress, archive, session); code != kExitOk) return code;
     // The listing first: the entries to name if the data turns out damaged,
     // and a header walk that fails is reported before any data is read.
-    {
-      MaskList all;
-      EntryList list;
-      BuildArcFileList(list.get(), all.get());
-      status = GetArchiveStatus();
-      entries = RecordsOf(list);
-    }
+    status = ListOpenArchive(entries);
     if (status != AR_OK) {
       ReportError(progress, "testing " + archive + " failed after " +
                                 std::to_string(entries.size()) +

@@ -71,6 +71,15 @@ std::vector<EntryRecord> RecordsOf(const EntryList& list) {
   return records;
 }
 
+uint16_t ListOpenArchive(std::vector<EntryRecord>& records) {
+  MaskList all;
+  EntryList list;
+  BuildArcFileList(list.get(), all.get());
+  const uint16_t status = GetArchiveStatus();
+  records = RecordsOf(list);
+  return status;
+}
+
 bool NameHoldsNul(const ArcFileEntry& entry) {
   constexpr size_t kListedName = 271;  // longer names are cut by the listing
   const size_t kept = std::strlen(entry.Name);

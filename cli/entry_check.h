@@ -28,6 +28,10 @@ struct EntryRecord {
 // File and directory entries of a list (recovery records are left out).
 std::vector<EntryRecord> RecordsOf(const EntryList& list);
 
+// Lists the entries of the open archive into `records`; returns the status
+// the listing left.
+uint16_t ListOpenArchive(std::vector<EntryRecord>& records);
+
 // Whether a listed file entry's stored name holds a NUL: the listing keeps
 // the name up to it, and the rest is lost to every file system.
 bool NameHoldsNul(const ArcFileEntry& entry);

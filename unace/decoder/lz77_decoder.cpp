@@ -28,6 +28,18 @@ namespace {
 constexpr size_t kSlack = 1024;
 constexpr uint32_t kMaxSetting = 1u << 24;
 
+// Copies a match `kStep` bytes at a time, which a distance of at least kStep
+// allows; writes up to kStep - 1 bytes past the match's end.
+template <size_t kStep>
+inline void CopyInSteps(uint8_t* out, const uint8_t* src, uint32_t length) {
+  uint8_t* const end = out + length;
+  do {
+    std::memcpy(out, src, kStep);
+    out += kStep;
+    src += kStep;
+  } while (out < end);
+}
+
 }  // namespace
 
 DecodeStatus Lz77Decoder::Init(uint32_t history, uint32_t chunk) {
@@ -206,23 +218,11 @@ DecodeStatus Lz77Decoder::Decode(const uint8_t** data, size_t* size) {
       }
       const uint8_t* src = out - distance;
       if (distance >= 16) {
-        uint8_t* o = out;
-        uint8_t* const e = out + length;
-        do {
-          std::memcpy(o, src, 16);
-          o += 16;
-          src += 16;
-        } while (o < e);
+        CopyInSteps<16>(out, src, length);
       } else if (distance == 1) {
         std::memset(out, *src, length);
       } else if (distance >= 8) {
-        uint8_t* o = out;
-        uint8_t* const e = out + length;
-        do {
-          std::memcpy(o, src, 8);
-          o += 8;
-          src += 8;
-        } while (o < e);
+        CopyInSteps<8>(out, src, length);
       } else {
         for (uint32_t k = 0; k < length; ++k) out[k] = src[k];
       }
