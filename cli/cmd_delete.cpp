@@ -25,15 +25,11 @@ ExitCode RunDelete(const DeleteOptions& options, const CommonOptions& common) {
   std::set<std::string> deleted;
   {
     std::optional<ArchiveSession> session;
-    if (ExitCode code = OpenExisting(progress, options.archive, session); code != kExitOk) {
-      return code;
-    }
     std::vector<EntryRecord> all;
-    status = ListOpenArchive(all);
-    if (status != AR_OK) {
-      ReportError(progress,
-                  "deleting from " + options.archive + " failed: " + DescribeStatus(status));
-      return ExitCodeForStatus(status);
+    if (ExitCode code = OpenAndList(progress, options.archive, "deleting from " + options.archive,
+                                    session, all);
+        code != kExitOk) {
+      return code;
     }
     std::vector<EntryRecord> entries;
     std::vector<bool> chosen =

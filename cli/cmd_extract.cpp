@@ -55,14 +55,11 @@ ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) 
   uint16_t status;
   {
     std::optional<ArchiveSession> session;
-    if (ExitCode code = OpenExisting(progress, options.archive, session); code != kExitOk) {
-      return code;
-    }
     std::vector<EntryRecord> all;
-    status = ListOpenArchive(all);
-    if (status != AR_OK) {
-      ReportError(progress, "extracting " + options.archive + " failed: " + DescribeStatus(status));
-      return ExitCodeForStatus(status);
+    if (ExitCode code =
+            OpenAndList(progress, options.archive, "extracting " + options.archive, session, all);
+        code != kExitOk) {
+      return code;
     }
     std::vector<bool> chosen =
         ChooseEntries(context, options.archive, all, options.masks, options.excludes, &entries);

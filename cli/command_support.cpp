@@ -37,6 +37,16 @@ ExitCode OpenExisting(ProgressDisplay& progress, const std::string& archive,
   return CheckOpened(progress, archive, session->status());
 }
 
+ExitCode OpenAndList(ProgressDisplay& progress, const std::string& archive, const std::string& what,
+                     std::optional<ArchiveSession>& session, std::vector<EntryRecord>& entries) {
+  if (ExitCode code = OpenExisting(progress, archive, session); code != kExitOk) return code;
+  if (uint16_t status = ListOpenArchive(entries); status != AR_OK) {
+    ReportError(progress, what + " failed: " + DescribeStatus(status));
+    return ExitCodeForStatus(status);
+  }
+  return kExitOk;
+}
+
 ExitCode FinishOperation(HostContext& context, const std::string& what, uint16_t status) {
   if (status == AR_OK) return context.warnings > 0 ? kExitWarning : kExitOk;
   if (status == AR_ABORTED) {

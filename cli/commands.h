@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "entry_check.h"
 #include "exit_codes.h"
 #include "host_context.h"
 #include "plugin_session.h"
@@ -81,6 +82,11 @@ ExitCode CheckOpened(ProgressDisplay& progress, const std::string& archive, uint
 // `session` holds the open archive.
 ExitCode OpenExisting(ProgressDisplay& progress, const std::string& archive,
                       std::optional<ArchiveSession>& session);
+
+// OpenExisting, then the archive's entries into `entries`; a listing that
+// fails is reported as `what` ("deleting from foo.ace") failed.
+ExitCode OpenAndList(ProgressDisplay& progress, const std::string& archive, const std::string& what,
+                     std::optional<ArchiveSession>& session, std::vector<EntryRecord>& entries);
 
 // Reports the outcome of an operation (`what` is "adding to foo.ace") and
 // gives the exit code, taking the reason of a host-side stop into account.
