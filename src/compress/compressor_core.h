@@ -34,7 +34,6 @@ struct EngineOps {
 
 inline constexpr uint32_t kBlockTokens = 16384;
 inline constexpr uint32_t kOutputChunk = 16384;  // bytes per output write
-inline constexpr int kWidthSymbols = 13;         // width deltas 0..11 and the run symbol
 
 struct CompressorCore {
   // Set up by Init.

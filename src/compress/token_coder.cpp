@@ -12,6 +12,9 @@ namespace ace {
 namespace {
 
 constexpr uint32_t kWidthModulus = 12;
+// The width deltas and the run symbol, which the coder never sends but
+// gives a width all the same.
+constexpr int kWidthSymbols = kWidthModulus + 1;
 constexpr uint32_t kChunkWords = kOutputChunk / 4;
 
 // Room for the chunk still held, one whole block at its largest (16,384 tokens
