@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "commands.h"
+#include "damage_check.h"
 #include "entry_check.h"
 #include "entry_format.h"
 #include "entry_select.h"
@@ -290,7 +291,13 @@ ExitCode RunList(const ListOptions& options, const CommonOptions& common) {
                               DescribeStatus(AR_BAD_HEADER));
     nul = true;
   }
-  if (nul) return kExitDamaged;
+  // The walk takes what the headers say; the file may say otherwise.
+  const std::vector<Damage> damage = CheckListing(options.archive, list.entries());
+  for (const Damage& d : damage) progress.Message("acearc: warning: " + d.Line());
+  if (!damage.empty()) {
+    ReportError(progress, options.archive + " is damaged (acearc t tests every entry)");
+  }
+  if (nul || !damage.empty()) return kExitDamaged;
   std::vector<std::string> unused = filter.Unused();
   for (const std::string& mask : unused) {
     progress.Message("acearc: warning: no entry of " + options.archive + " matches " + mask);

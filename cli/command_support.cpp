@@ -38,9 +38,10 @@ ExitCode OpenExisting(ProgressDisplay& progress, const std::string& archive,
 }
 
 ExitCode OpenAndList(ProgressDisplay& progress, const std::string& archive, const std::string& what,
-                     std::optional<ArchiveSession>& session, std::vector<EntryRecord>& entries) {
+                     std::optional<ArchiveSession>& session, std::vector<EntryRecord>& entries,
+                     std::vector<Damage>* damage) {
   if (ExitCode code = OpenExisting(progress, archive, session); code != kExitOk) return code;
-  if (uint16_t status = ListOpenArchive(entries); status != AR_OK) {
+  if (uint16_t status = ListOpenArchive(entries, damage, archive); status != AR_OK) {
     ReportError(progress, what + " failed: " + DescribeStatus(status));
     return ExitCodeForStatus(status);
   }

@@ -83,10 +83,12 @@ ExitCode CheckOpened(ProgressDisplay& progress, const std::string& archive, uint
 ExitCode OpenExisting(ProgressDisplay& progress, const std::string& archive,
                       std::optional<ArchiveSession>& session);
 
-// OpenExisting, then the archive's entries into `entries`; a listing that
-// fails is reported as `what` ("deleting from foo.ace") failed.
+// OpenExisting, then the archive's entries into `entries` (and with
+// `damage`, what the listing shows wrong); a listing that fails is reported
+// as `what` ("deleting from foo.ace") failed.
 ExitCode OpenAndList(ProgressDisplay& progress, const std::string& archive, const std::string& what,
-                     std::optional<ArchiveSession>& session, std::vector<EntryRecord>& entries);
+                     std::optional<ArchiveSession>& session, std::vector<EntryRecord>& entries,
+                     std::vector<Damage>* damage = nullptr);
 
 // Reports the outcome of an operation (`what` is "adding to foo.ace") and
 // gives the exit code, taking the reason of a host-side stop into account.
