@@ -125,8 +125,8 @@ DecodeStatus Lz77Decoder::Decode(const uint8_t** data, size_t* size) {
   const uint8_t* next = in_.next;
   const uint8_t* inEnd = in_.end;
   uint32_t tokens = tokensLeft_;
-  uint32_t ring[lz77::kRingSize];
-  std::copy(std::begin(ring_), std::end(ring_), ring);
+  // Element by element: the compiler then keeps the ring out of memory it must reload.
+  uint32_t ring[lz77::kRingSize] = {ring_[0], ring_[1], ring_[2], ring_[3]};
   uint32_t ri = ringIndex_;
   DecodeStatus err = DecodeStatus::kOk;
 
