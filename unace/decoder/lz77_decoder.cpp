@@ -125,7 +125,7 @@ DecodeStatus Lz77Decoder::Decode(const uint8_t** data, size_t* size) {
   const uint8_t* next = in_.next;
   const uint8_t* inEnd = in_.end;
   uint32_t tokens = tokensLeft_;
-  // Element by element: the compiler then keeps the ring out of memory it must reload.
+  // Element by element: a copy loop here measured a few per cent slower.
   uint32_t ring[lz77::kRingSize] = {ring_[0], ring_[1], ring_[2], ring_[3]};
   uint32_t ri = ringIndex_;
   DecodeStatus err = DecodeStatus::kOk;
