@@ -60,22 +60,12 @@ ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) 
   };
   uint16_t status;
   {
-    ArchiveSession session = ArchiveSession::Open(options.archive);
-    if (ExitCode code = CheckOpened(progress, options.archive, session.status()); code != kExitOk) {
-      return code;
-    }
+    std::optional<ArchiveSession> session;
     std::vector<EntryRecord> all;
-    {
-      MaskList none;
-      EntryList list;
-      BuildArcFileList(list.get(), none.get());
-      status = GetArchiveStatus();
-      all = RecordsOf(list);
-      if (status == AR_OK) damage = CheckListing(options.archive, list.entries());
-    }
-    if (status != AR_OK) {
-      ReportError(progress, "extracting " + options.archive + " failed: " + DescribeStatus(status));
-      return ExitCodeForStatus(status);
+    if (ExitCode code = OpenAndList(progress, options.archive, "extracting " + options.archive,
+                                    session, all, &damage);
+        code != kExitOk) {
+      return code;
     }
     for (const Damage& d : damage) progress.Message("acearc: warning: " + d.Line());
     std::vector<bool> chosen =

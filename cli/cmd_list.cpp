@@ -247,12 +247,8 @@ void PrintJson(const std::string& archive, const Listing& listing, uint16_t stat
 
 ExitCode RunList(const ListOptions& options, const CommonOptions& common) {
   ProgressDisplay progress(ChooseOutputMode(common.quiet));
-  if (std::string problem = PathProblem(options.archive); !problem.empty()) {
-    ReportError(progress, options.archive + ": " + problem);
-    return kExitFailed;
-  }
-  ArchiveSession session = ArchiveSession::Open(options.archive);
-  if (ExitCode code = CheckOpened(progress, options.archive, session.status()); code != kExitOk) {
+  std::optional<ArchiveSession> session;
+  if (ExitCode code = OpenExisting(progress, options.archive, session); code != kExitOk) {
     return code;
   }
   CompOptions defaults{};

@@ -42,10 +42,6 @@ void ReportDamage(HostContext& context, const std::string& archive,
 
 ExitCode RunTest(const std::string& archive, const CommonOptions& common) {
   ProgressDisplay progress(ChooseOutputMode(common.quiet));
-  if (std::string problem = PathProblem(archive); !problem.empty()) {
-    ReportError(progress, archive + ": " + problem);
-    return kExitFailed;
-  }
   HostContext context(Operation::Test, AnswersFrom(common), progress);
   InterruptGuard interrupts;
   std::vector<EntryRecord> entries;
@@ -53,20 +49,11 @@ ExitCode RunTest(const std::string& archive, const CommonOptions& common) {
   uint64_t total = 0;
   uint16_t status;
   {
-    ArchiveSession session = ArchiveSession::Open(archive);
-    if (ExitCode code = CheckOpened(progress, archive, session.status()); code != kExitOk) {
-      return code;
-    }
+    std::optional<ArchiveSession> session;
+    if (ExitCode code = OpenExisting(progress, archive, session); code != kExitOk) return code;
     // The listing first: the entries to count, and a header walk that fails
     // ends the test before any data is read.
-    {
-      MaskList all;
-      EntryList list;
-      BuildArcFileList(list.get(), all.get());
-      status = GetArchiveStatus();
-      entries = RecordsOf(list);
-      listed = CheckListing(archive, list.entries());
-    }
+    status = ListOpenArchive(entries, &listed, archive);
     for (const EntryRecord& entry : entries) total += entry.size;
 
     if (status == AR_OK) {

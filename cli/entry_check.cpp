@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "damage_check.h"
 #include "entry_format.h"
 #include "file_check.h"
 
@@ -37,6 +38,17 @@ std::vector<EntryRecord> RecordsOf(const EntryList& list) {
                        IsDirectoryEntry(*e), e->DosTime});
   }
   return records;
+}
+
+uint16_t ListOpenArchive(std::vector<EntryRecord>& records, std::vector<Damage>* damage,
+                         const std::string& archive) {
+  MaskList all;
+  EntryList list;
+  BuildArcFileList(list.get(), all.get());
+  const uint16_t status = GetArchiveStatus();
+  records = RecordsOf(list);
+  if (damage != nullptr) *damage = CheckListing(archive, list.entries());
+  return status;
 }
 
 bool NameHoldsNul(const ArcFileEntry& entry) {

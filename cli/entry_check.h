@@ -28,6 +28,14 @@ struct EntryRecord {
 // File and directory entries of a list (recovery records are left out).
 std::vector<EntryRecord> RecordsOf(const EntryList& list);
 
+struct Damage;
+
+// Lists the entries of the open archive into `records`; returns the status
+// the listing left. With `damage`, also what the listing shows wrong against
+// the file `archive` (CheckListing).
+uint16_t ListOpenArchive(std::vector<EntryRecord>& records, std::vector<Damage>* damage = nullptr,
+                         const std::string& archive = {});
+
 // Whether a listed file entry's stored name holds a NUL: the listing keeps
 // the name up to it, and the rest is lost to every file system.
 bool NameHoldsNul(const ArcFileEntry& entry);

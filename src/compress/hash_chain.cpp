@@ -1,3 +1,25 @@
+// The hash-chain match finder and its lazy parse.
+//
+// How it works: `head` maps the 3-byte hash of a position to the newest
+// earlier position with that hash, and `chain` (at position mod D) links each
+// position to the previous one with the same hash, so candidates are walked
+// newest, hence nearest, first. A walk ends at the level's chain limit or at
+// the dictionary's edge. A hash whose walk ran out of its limit is flagged
+// crowded; the next search there walks the chain of the hash k bytes further
+// on instead (a rarer hash, whose candidates moved back by k still line up
+// with the position) and returns to its own chain only for matches too short
+// to be seen from there. 2-byte matches come from a small pair chain within
+// 255 bytes. The parse is lazy: a match found at p is held for one position
+// and taken only when p + 1 offers no longer one.
+//
+// Why it is fast: the window is 2·D bytes and slides by D, so positions stay
+// small and the tables are rebased once per D bytes, never per byte. Most
+// candidates are rejected by one 16-bit load at the current best length
+// before any full comparison, and comparisons run eight bytes at a time. The
+// next link and its bytes are prefetched while a candidate is compared, and
+// the head entry two positions on while the current one is searched. One
+// load of a head entry gives both the position and the crowding flag, and
+// crowding bounds the cost of long runs of one hash (zeros, say).
 #include "compress/hash_chain.h"
 
 #include <bit>
@@ -11,9 +33,15 @@ namespace ace {
 namespace {
 
 constexpr uint32_t kWindowSpare = 600;  // searches read up to 263 bytes past the position
-constexpr uint32_t kMaxMatch = 256;
+constexpr uint32_t kMaxMatch = lz77::kMaxEmittedMatch;
 constexpr uint32_t kMaxCrowdDepth = 253;
+// An abort ends the run by setting the look-ahead to this: the run loops end
+// when it reaches 0, with no status test per position. It exceeds what the
+// token in progress can still consume (kMaxMatch moves and one search), so
+// the count cannot wrap; the few positions left are coded into a sink that
+// takes nothing more.
 constexpr uint32_t kAbortLookahead = 300;
+static_assert(kAbortLookahead > kMaxMatch + 1);
 // A head entry holds a position (below 2^21) and, in its top bit, the hash's
 // crowding flag, so that one load gives both.
 constexpr uint32_t kCrowded = 1u << 31;
@@ -397,7 +425,7 @@ struct Engine {
       }
       const auto length = static_cast<uint32_t>(s.matchLength);
       const uint32_t distance = s.position - s.matchPosition;
-      RecordMatch(core, NewDistanceLengthSymbol(length, distance - 1), distance);
+      RecordMatch(core, lz77::NewDistanceLengthSymbol(length, distance - 1), distance);
       core.processed += length;
       for (uint32_t i = 1; i < length; ++i) {
         Advance(core, s);
@@ -429,7 +457,7 @@ struct Engine {
       } else {
         const uint32_t length = static_cast<uint32_t>(s.previousLength);
         const uint32_t distance = s.previousDistance;
-        RecordMatch(core, NewDistanceLengthSymbol(length, distance - 1), distance);
+        RecordMatch(core, lz77::NewDistanceLengthSymbol(length, distance - 1), distance);
         core.processed += length;
         for (uint32_t i = 2; i < length; ++i) {
           Advance(core, s);
