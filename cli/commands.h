@@ -30,6 +30,7 @@ struct AddOptions {
   bool excludePaths = false;  // -ep
   bool recurse = true;        // -r- turns it off
   std::string prefix;
+  int threads = 0;                    // -T: 0 leaves it to the plug-in
   std::vector<std::string> excludes;  // -x
 };
 

@@ -27,6 +27,9 @@ struct EngineOps {
   void (*start)(CompressorCore& core) = nullptr;
   void (*resume)(CompressorCore& core) = nullptr;
   void (*run)(CompressorCore& core) = nullptr;
+  // Optional: moves through the input as `run` does and enters every position
+  // in the tables as `run` would, but searches and codes nothing.
+  void (*skip)(CompressorCore& core) = nullptr;
   void (*abort)(CompressorCore& core) = nullptr;
   void (*blockClosed)(CompressorCore& core) = nullptr;  // before a block is coded
   void (*resetStats)(CompressorCore& core) = nullptr;   // at the start of every file
@@ -43,6 +46,15 @@ struct CompressorCore {
   const EngineOps* ops = nullptr;
   void* engine = nullptr;  // the engine's own state
   CompressorIo io;
+
+  // History bytes for offsets seedOffset.. of the next fresh start, placed
+  // behind its first fill (Compressor::SeedHistory); `seedArmed` while that
+  // fill is still to come.
+  const uint8_t* seed = nullptr;
+  uint32_t seedOffset = 0;
+  uint32_t seedLength = 0;
+  bool seedArmed = false;
+  uint32_t filesStarted = 0;
 
   // Per file.
   uint32_t status = 0;

@@ -471,6 +471,20 @@ struct Engine {
     } while (s.lookahead != 0);
   }
 
+  // Every position goes into the tables in the order Run enters them; the
+  // lazy levels enter the one behind the data too, level 0 does not. Skipping
+  // sets no crowding flag, and Run's would be cleared by the next continuation
+  // or fresh start: none is left, so the next clearing has nothing to walk.
+  static void Skip(CompressorCore& core) {
+    HashChainState& s = StateOf(core);
+    const bool enterBehind = core.level != 0;
+    while (s.lookahead != 0) {
+      Advance(core, s);
+      if (s.lookahead != 0 || enterBehind) Insert(s);
+    }
+    s.crowdingFrom = s.position;
+  }
+
   static const EngineOps& Ops() {
     static const EngineOps ops = [] {
       EngineOps o;
@@ -480,6 +494,7 @@ struct Engine {
       o.start = &Start;
       o.resume = &Resume;
       o.run = &Run;
+      o.skip = &Skip;
       o.abort = &Abort;
       return o;
     }();
