@@ -137,10 +137,8 @@ struct Engine {
     s->chain = s->head + D;
     s->window = block + kTables;
     std::memset(s->window, 0, 2 * D + kWindowSpare);
-    // The level stays for the engine's life.
-    const levels::LevelRow& level = *levels::LevelRowFor(core.level);
-    s->chainLimit = level.chainLimit;
-    s->lazy = level.parse == levels::Parse::kLazy;
+    // The level was checked when the engine was chosen and stays for its life.
+    s->chainLimit = levels::kLevels[core.level].chainLimit;
     core.engine = s;
     return true;
   }
@@ -406,6 +404,11 @@ struct Engine {
     s.matchLength = s.lookahead > 0 ? 1 : 0;
   }
 
+  // Whether the level takes each match where it is found.
+  static bool Greedy(const CompressorCore& core) {
+    return levels::kLevels[core.level].parse == levels::Parse::kGreedy;
+  }
+
   static void Abort(CompressorCore& core) { StateOf(core).lookahead = kAbortLookahead; }
 
   // Level 0: each match is taken where it is found.
@@ -440,7 +443,7 @@ struct Engine {
     HashChainState& s = StateOf(core);
     core.processed = 0;
     if (s.lookahead == 0) return;
-    if (!s.lazy) {
+    if (Greedy(core)) {
       RunGreedy(core, s);
       return;
     }
@@ -478,9 +481,10 @@ struct Engine {
   // or fresh start: none is left, so the next clearing has nothing to walk.
   static void Skip(CompressorCore& core) {
     HashChainState& s = StateOf(core);
+    const bool enterBehind = !Greedy(core);
     while (s.lookahead != 0) {
       Advance(core, s);
-      if (s.lookahead != 0 || s.lazy) Insert(s);
+      if (s.lookahead != 0 || enterBehind) Insert(s);
     }
     s.crowdingFrom = s.position;
   }

@@ -40,7 +40,6 @@ struct HashChainState {
   uint32_t chainLimit = 0;    // the level's, for the engine's life
   uint32_t crowdingFrom = 0;  // no crowding flag is set for a position before it
   uint32_t shadowEnd = 0;     // where the last loads of a chain walked ahead stopped
-  bool lazy = true;           // the level's parse: lazy, or each match taken as found
 
   // The tables were cleared by the last fresh start and neither a slide nor a
   // continuation has happened since: every entry in use can then be found
