@@ -113,13 +113,13 @@ int main(int argc, char** argv) {
       ->check(CLI::IsMember({64u, 128u, 256u, 512u, 1024u}));
   a->add_option("-m,--level", add.level,
                 "compression level, 0 fastest .. 4 best (default 1); none stores:\n"
-                "  1  fast: hash-chain search of 32 steps\n"
-                "  2  hash-chain search of 48 steps\n"
-                "  3  hash-chain search of 64 steps\n"
-                "  4  best: optimal parsing with the 1024 KB dictionary, hash-chain search of "
-                "256 steps with smaller ones\n"
-                "  0  fastest: each match taken as found after a hash-chain search of 8 steps; "
-                "about 3.5 times as fast as 1 and some 10 % larger")
+                "  1  fast: hash-chain walks of up to 31 candidates\n"
+                "  2  hash-chain walks of up to 47 candidates\n"
+                "  3  hash-chain walks of up to 63 candidates\n"
+                "  4  best: optimal parsing with the 1024 KB dictionary, hash-chain walks of "
+                "up to 255 candidates with smaller ones\n"
+                "  0  fastest: each match taken as found after hash-chain walks of up to 8 "
+                "candidates; about 3.5 times as fast as 1 and some 10 % larger")
       ->check(CLI::Range(0, 4));
   a->add_flag("-s,--solid", add.solid, "solid archive: files share one compression history");
   a->add_flag("--ep", add.excludePaths, "store names without their directories (also -ep)");

@@ -15,12 +15,17 @@ namespace {
 // so that processed × 100 stays within 32 bits.
 constexpr int32_t kPercentScaleLimit = 0x1400000;
 
-// The engine a dictionary and level call for; null for a dictionary the
-// compressor does not serve.
+// The engine a dictionary and level call for; null for a pair the compressor
+// does not serve.
 const EngineOps* SelectEngine(int32_t dictionaryKB, int32_t level) {
-  if (DictionaryCodeForKB(dictionaryKB) < 0) return nullptr;
-  if (dictionaryKB == 1024 && level == 4) return OptimalEngineOps();
-  return HashChainEngineOps(dictionaryKB);
+  switch (levels::EngineFor(dictionaryKB, level)) {
+    case EngineKind::kOptimal:
+      return OptimalEngineOps();
+    case EngineKind::kHashChain:
+      return HashChainEngineOps(dictionaryKB);
+    default:
+      return nullptr;
+  }
 }
 
 uint8_t* HistoryOf(const CompressorCore& core) {
@@ -41,28 +46,19 @@ void PlaceSeed(CompressorCore& core, uint8_t* destination, int32_t filled, int32
 }  // namespace
 
 int DictionaryCodeForKB(int32_t dictionaryKB) {
-  switch (dictionaryKB) {
-    case 64:
-      return 6;
-    case 128:
-      return 7;
-    case 256:
-      return 8;
-    case 512:
-      return 9;
-    case 1024:
-      return 10;
-    default:
-      return -1;
-  }
+  // The code is log2 of the size in KB.
+  const levels::DictionaryRow* row = levels::DictionaryRowFor(dictionaryKB);
+  return row != nullptr ? static_cast<int>(row->dictBits) - 10 : -1;
 }
 
 uint64_t EngineMemoryBytes(int32_t dictionaryKB, int32_t level) {
   const uint64_t d = uint64_t{static_cast<uint32_t>(dictionaryKB)} * 1024u;
   const uint64_t coder = kBlockTokens * 8u + 128u * 1024u;  // tokens, output
-  if (dictionaryKB == 1024 && level == 4) {
-    // History, staging, the three heads, two links per position, the plan.
-    return d + 4096 + d / 2 + 256 + d + 4 * (1025 + 262145 + 1048577) + 8 * d + 4096 * 12 + coder;
+  if (levels::EngineFor(dictionaryKB, level) == EngineKind::kOptimal) {
+    // History, staging, the three heads, two links per slot, the plan and prices.
+    return kTreeHistorySize + kTreeStagingSize +
+           4 * (kTreePairEntries + kTreeTripleEntries + kTreeHeadEntries) +
+           8 * uint64_t{kTreeDictionary} + sizeof(OptimalEngineState) + coder;
   }
   // History, heads (the crowding flag in their top bit), links, the engine's state.
   return 2 * d + 600 + 4 * d + 4 * d + sizeof(HashChainState) + coder;

@@ -15,6 +15,7 @@
 #include <memory>
 
 #include "aceplug/aceplug.h"
+#include "compress/levels.h"
 
 namespace ace {
 
@@ -36,8 +37,6 @@ struct CompressorIo {
   CompressorProgressFn progress = nullptr;  // null: nobody listens
   void* progressContext = nullptr;
 };
-
-enum class EngineKind { kNone, kHashChain, kOptimal };
 
 // Status words the compressor leaves: the plug-in's public codes, so that the
 // adapter hands them on unchanged.
@@ -61,8 +60,8 @@ class Compressor {
   Compressor& operator=(const Compressor&) = delete;
 
   // Allocates the engine for a dictionary of 64, 128, 256, 512 or 1024 KB and
-  // a level 0..4 (0 fastest: greedy, short walks). Any other dictionary or a
-  // failed allocation: false, status 8, nothing held. Init on a ready
+  // a level 0..4 (0 fastest: greedy, short walks). Any other dictionary or
+  // level, or a failed allocation: false, status 8, nothing held. Init on a ready
   // compressor releases the old engine first.
   [[nodiscard]] bool Init(int32_t dictionaryKB, int32_t level);
   void Done();

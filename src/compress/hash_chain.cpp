@@ -25,8 +25,11 @@
 #include <bit>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <new>
+#include <utility>
 
+#include "compress/levels.h"
 #include "compress/table_alloc.h"
 
 namespace ace {
@@ -47,27 +50,22 @@ static_assert(kAbortLookahead > kMaxMatch + 1);
 constexpr uint32_t kCrowded = 1u << 31;
 constexpr uint32_t kPositionMask = kCrowded - 1;
 
-// A family member: dictionary D = 2^kDictBits, hash update
-// hash := ((hash & kMask) << kShift) ^ byte over 2^kHashBits values.
-template <uint32_t kDictBits, uint32_t kMask, uint32_t kShift, uint32_t kHashBits>
+// A family member: the hash-chain engine for one dictionary row.
+template <levels::DictionaryRow kRow>
 struct Member {
-  static constexpr uint32_t D = 1u << kDictBits;
-  static constexpr uint32_t kHashValues = 1u << kHashBits;
+  static constexpr uint32_t D = 1u << kRow.dictBits;
+  static constexpr uint32_t kHashValues = 1u << kRow.hashBits;
   // 2-byte matches are sought only this far into the window.
   static constexpr uint32_t kPairStart = D + 256;
 
-  static uint32_t Update(uint32_t h, uint32_t byte) { return ((h & kMask) << kShift) ^ byte; }
+  static uint32_t Update(uint32_t h, uint32_t byte) {
+    return ((h & kRow.hashMask) << kRow.hashShift) ^ byte;
+  }
   // The hash depends on the three bytes at p only.
   static uint32_t HashAt(const uint8_t* w, uint32_t p) {
     return Update(Update(Update(0, w[p]), w[p + 1]), w[p + 2]);
   }
 };
-
-using Member64 = Member<16, 0x1FF, 6, 15>;
-using Member128 = Member<17, 0x7FF, 6, 17>;
-using Member256 = Member<18, 0xFFF, 6, 18>;
-using Member512 = Member<19, 0xFFF, 7, 19>;
-using Member1024 = Member<20, 0x1FFF, 7, 20>;
 
 inline HashChainState& StateOf(CompressorCore& core) {
   return *static_cast<HashChainState*>(core.engine);
@@ -139,6 +137,8 @@ struct Engine {
     s->chain = s->head + D;
     s->window = block + kTables;
     std::memset(s->window, 0, 2 * D + kWindowSpare);
+    // The level was checked when the engine was chosen and stays for its life.
+    s->chainLimit = levels::kLevels[core.level].chainLimit;
     core.engine = s;
     return true;
   }
@@ -387,7 +387,6 @@ struct Engine {
     s.pairHash = 0;
     s.hash = M::HashAt(s.window, 0);
     Insert(s);
-    s.chainLimit = ChainLimitForLevel(core.level);
   }
 
   static void Resume(CompressorCore& core) {
@@ -403,6 +402,11 @@ struct Engine {
     s.pairHash = 0;
     s.hash = M::HashAt(s.window, s.position);
     s.matchLength = s.lookahead > 0 ? 1 : 0;
+  }
+
+  // Whether the level takes each match where it is found.
+  static bool Greedy(const CompressorCore& core) {
+    return levels::kLevels[core.level].parse == levels::Parse::kGreedy;
   }
 
   static void Abort(CompressorCore& core) { StateOf(core).lookahead = kAbortLookahead; }
@@ -439,7 +443,7 @@ struct Engine {
     HashChainState& s = StateOf(core);
     core.processed = 0;
     if (s.lookahead == 0) return;
-    if (core.level == 0) {
+    if (Greedy(core)) {
       RunGreedy(core, s);
       return;
     }
@@ -477,7 +481,7 @@ struct Engine {
   // or fresh start: none is left, so the next clearing has nothing to walk.
   static void Skip(CompressorCore& core) {
     HashChainState& s = StateOf(core);
-    const bool enterBehind = core.level != 0;
+    const bool enterBehind = !Greedy(core);
     while (s.lookahead != 0) {
       Advance(core, s);
       if (s.lookahead != 0 || enterBehind) Insert(s);
@@ -502,41 +506,20 @@ struct Engine {
   }
 };
 
-}  // namespace
-
-uint32_t ChainLimitForLevel(int32_t level) {
-  switch (level) {
-    case 1:
-      return 32;
-    case 2:
-      return 48;
-    case 3:
-      return 64;
-    case 4:
-      return 256;
-    default:
-      // Level 0, the fastest: 8 candidates for each position and each match
-      // taken as found. 1024 KB compresses about 3.5 times as fast as at
-      // level 1 and some 10 % larger.
-      return 9;
-  }
+// The members, in the order of the dictionary rows.
+template <size_t... kRows>
+const EngineOps* MemberOps(size_t row, std::index_sequence<kRows...>) {
+  static const EngineOps* const ops[] = {&Engine<Member<levels::kDictionaries[kRows]>>::Ops()...};
+  return ops[row];
 }
 
+}  // namespace
+
 const EngineOps* HashChainEngineOps(int32_t dictionaryKB) {
-  switch (dictionaryKB) {
-    case 64:
-      return &Engine<Member64>::Ops();
-    case 128:
-      return &Engine<Member128>::Ops();
-    case 256:
-      return &Engine<Member256>::Ops();
-    case 512:
-      return &Engine<Member512>::Ops();
-    case 1024:
-      return &Engine<Member1024>::Ops();
-    default:
-      return nullptr;
-  }
+  const levels::DictionaryRow* row = levels::DictionaryRowFor(dictionaryKB);
+  if (row == nullptr) return nullptr;
+  return MemberOps(static_cast<size_t>(row - levels::kDictionaries),
+                   std::make_index_sequence<std::size(levels::kDictionaries)>());
 }
 
 }  // namespace ace

@@ -17,10 +17,6 @@ namespace ace {
 // 1024 KB; null for any other size.
 const EngineOps* HashChainEngineOps(int32_t dictionaryKB);
 
-// Candidates a chain walk may examine, plus one: 32, 48, 64 and 256 for levels
-// 1 to 4. Level 0 takes each match as it finds it, after 8 candidates at most.
-uint32_t ChainLimitForLevel(int32_t level);
-
 // The engine's state, process-wide for an operation and kept from file to
 // file of a solid run. Positions index `window`; 0 stands for "none".
 struct HashChainState {
@@ -41,7 +37,7 @@ struct HashChainState {
   uint32_t matchPosition = 0;
   int32_t previousLength = 0;
   uint32_t previousDistance = 0;
-  uint32_t chainLimit = 0;
+  uint32_t chainLimit = 0;    // the level's, for the engine's life
   uint32_t crowdingFrom = 0;  // no crowding flag is set for a position before it
   uint32_t shadowEnd = 0;     // where the last loads of a chain walked ahead stopped
 

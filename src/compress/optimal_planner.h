@@ -10,7 +10,7 @@
 
 namespace ace {
 
-inline constexpr uint32_t kPlanEntries = 4096;
+inline constexpr uint32_t kPlanEntries = levels::kOptimal.planEntries;
 
 struct PlanEntry {
   uint32_t price;

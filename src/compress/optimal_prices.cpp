@@ -5,9 +5,9 @@
 namespace ace {
 namespace {
 
-constexpr uint32_t kUnseenLiteral = 13;
-constexpr uint32_t kUnseenLength = 10;
-constexpr uint32_t kUnseenDistanceExtra = 6;  // plus the distance's bit count
+constexpr uint32_t kUnseenLiteral = levels::kOptimal.unseenLiteral;
+constexpr uint32_t kUnseenLength = levels::kOptimal.unseenLength;
+constexpr uint32_t kUnseenDistanceExtra = levels::kOptimal.unseenDistanceExtra;
 
 }  // namespace
 

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "compress/compressor_core.h"
+#include "compress/levels.h"
 #include "format/lz77_format.h"
 
 namespace ace {
@@ -13,7 +14,7 @@ namespace ace {
 // Price of what cannot be coded (and of plan entries not reached yet).
 inline constexpr uint32_t kNoPrice = 0xFFFFFFFu;
 // Tokens between two periodic rebuilds.
-inline constexpr uint32_t kPricePeriod = 1024;
+inline constexpr uint32_t kPricePeriod = levels::kOptimal.pricePeriod;
 
 struct OptimalPrices {
   uint32_t main[lz77::kMainSymbols] = {};

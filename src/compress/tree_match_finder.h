@@ -24,17 +24,18 @@
 
 #include <cstdint>
 
+#include "compress/levels.h"
 #include "format/lz77_format.h"
 
 namespace ace {
 
-inline constexpr uint32_t kTreeDictionary = 1u << 20;
-inline constexpr uint32_t kTreeMatchLimit = 32;
+inline constexpr uint32_t kTreeDictionary = uint32_t{levels::kOptimal.dictionaryKB} * 1024;
+inline constexpr uint32_t kTreeMatchLimit = levels::kOptimal.treeMatchLimit;
 inline constexpr uint32_t kTreeMaxMatch = lz77::kMaxEmittedMatch;
-inline constexpr uint32_t kTreeCutValue = 255;
+inline constexpr uint32_t kTreeCutValue = levels::kOptimal.treeCutValue;
 // Bytes kept before the position: the dictionary plus room for the coder,
 // which trails the match finder by up to a plan's length.
-inline constexpr uint32_t kTreeHistoryBefore = kTreeDictionary + 4096;
+inline constexpr uint32_t kTreeHistoryBefore = kTreeDictionary + levels::kOptimal.planEntries;
 inline constexpr uint32_t kTreeReserve = kTreeDictionary / 2;
 inline constexpr uint32_t kTreeLookahead = 256;
 inline constexpr uint32_t kTreeHistorySize = kTreeHistoryBefore + kTreeReserve + kTreeLookahead;

@@ -4,6 +4,7 @@
 // leaves AR_IO_ERROR and changes nothing.
 #include <cstring>
 
+#include "compress/levels.h"
 #include "fs/path_ops.h"
 #include "plugin/state.h"
 
@@ -111,7 +112,7 @@ ACEPLUG_API void ACEPLUG_CALL SetCompExtraFeatures(const CompOptions* options) {
   // The host passes a dictionary code; the copy holds the size in KB.
   const int32_t code = options->DictionaryKB;
   if (code >= 3 && code <= 11) c.DictionaryKB = 32 << (code - 3);
-  if (options->Level >= 0 && options->Level <= 4) c.Level = options->Level;
+  if (levels::LevelRowFor(options->Level) != nullptr) c.Level = options->Level;
   if (options->Solid == 0 || options->Solid == 1) c.Solid = options->Solid;
   c.KeepPaths = options->KeepPaths;
   CopyTextField(c.ExtraText, options->ExtraText);
