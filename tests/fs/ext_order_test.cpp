@@ -15,7 +15,7 @@ std::vector<std::string> Ordered(const std::vector<std::string>& paths) {
   for (const std::string& p : paths) {
     FileWorkEntry e{};
     CopyText(e.DiskPath, sizeof e.DiskPath, p.c_str());
-    AddFileWorkEntry(e, &list);
+    EXPECT_NE(AddFileWorkEntry(e, &list), 0) << p;
   }
   OrderByExtension(&list);
   std::vector<std::string> out;
