@@ -1,12 +1,10 @@
 #include "entry_check.h"
 
-#include <sys/statvfs.h>
-#include <unistd.h>
-
 #include <cstdlib>
 
 #include "crc32.h"
 #include "entry_format.h"
+#include "file_access.h"
 
 namespace acearc {
 
@@ -33,11 +31,7 @@ std::vector<std::string> SplitStored(const std::string& stored) {
 // read-only files or folders in it.
 class ScratchFolder {
  public:
-  ScratchFolder() {
-    std::error_code ec;
-    std::string pattern = (fs::temp_directory_path(ec) / "acearc-check-XXXXXX").string();
-    if (!ec && mkdtemp(pattern.data()) != nullptr) path_ = pattern;
-  }
+  ScratchFolder() : path_(MakeTempFolder("acearc-check-")) {}
   ~ScratchFolder() {
     if (path_.empty()) return;
     std::error_code ec;
@@ -123,11 +117,9 @@ std::optional<std::vector<std::string>> FindDamagedByExtracting(
   }
   ScratchFolder scratch;
   if (scratch.path().empty()) return std::nullopt;
-  struct statvfs space {};
-  if (statvfs(scratch.path().c_str(), &space) != 0 ||
-      static_cast<uint64_t>(space.f_bavail) * space.f_frsize < total + (64u << 20)) {
-    return std::nullopt;
-  }
+  std::error_code spaceError;
+  const std::filesystem::space_info space = std::filesystem::space(scratch.path(), spaceError);
+  if (spaceError || space.available < total + (64u << 20)) return std::nullopt;
   std::string output = scratch.path().string() + "/";
   if (output.size() > 200) return std::nullopt;
 

@@ -1,10 +1,10 @@
 #include "file_scan.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <set>
 #include <system_error>
+
+#include "file_access.h"
 
 namespace acearc {
 
@@ -77,7 +77,7 @@ struct Walker {
     if (fs::is_regular_file(target)) {
       // A file the plug-in cannot open would end the whole operation; leave
       // it out here with a warning instead.
-      if (access(full.c_str(), R_OK) != 0) {
+      if (!CanReadFile(full)) {
         result.warnings.push_back("left out " + full.string() + ": it cannot be read");
         return;
       }

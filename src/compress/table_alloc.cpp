@@ -10,6 +10,11 @@
 namespace ace {
 
 void* AllocateTable(size_t count, size_t elementSize) {
+#ifndef __linux__
+  // No huge-page advice to give elsewhere (and Windows has no aligned_alloc
+  // whose memory std::free releases).
+  return std::calloc(count, elementSize);
+#else
   constexpr size_t kHuge = size_t{2} << 20;
   if (elementSize != 0 && count > SIZE_MAX / elementSize) return nullptr;
   const size_t size = count * elementSize;
@@ -17,11 +22,10 @@ void* AllocateTable(size_t count, size_t elementSize) {
   const size_t rounded = (size + kHuge - 1) / kHuge * kHuge;
   void* p = std::aligned_alloc(kHuge, rounded);
   if (p == nullptr) return nullptr;
-#ifdef __linux__
   madvise(p, rounded, MADV_HUGEPAGE);
-#endif
   std::memset(p, 0, size);
   return p;
+#endif
 }
 
 }  // namespace ace

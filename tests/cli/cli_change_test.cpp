@@ -1,8 +1,6 @@
 // Changing an archive with acearc from start to end: add to it, delete from
 // it and make a directory in it, plain and solid, then list, test and extract
 // the result and find every byte where it belongs and nothing left over.
-#include <sys/stat.h>
-
 #include <cstdlib>
 #include <optional>
 
@@ -12,26 +10,6 @@ namespace clitest {
 namespace {
 
 namespace fs = std::filesystem;
-
-// TMPDIR for the child processes: a folder the test can look into.
-class ChildTempFolder {
- public:
-  explicit ChildTempFolder(const fs::path& folder) {
-    if (const char* old = std::getenv("TMPDIR")) old_ = old;
-    fs::create_directories(folder);
-    setenv("TMPDIR", folder.c_str(), 1);
-  }
-  ~ChildTempFolder() {
-    if (old_) {
-      setenv("TMPDIR", old_->c_str(), 1);
-    } else {
-      unsetenv("TMPDIR");
-    }
-  }
-
- private:
-  std::optional<std::string> old_;
-};
 
 std::vector<std::string> FolderNames(const fs::path& dir) {
   std::vector<std::string> names;
@@ -49,7 +27,8 @@ TEST_P(CliChange, AddDeleteAndMkdirKeepEveryByte) {
   const fs::path tmp = dir.path() / "tmp";
   fs::create_directories(work);
   MakeSampleTree(work);
-  ChildTempFolder childTemp(tmp);
+  fs::create_directories(tmp);
+  acetest::ScopedTempFolder childTemp(tmp);  // the children's
   auto run = [&](const std::vector<std::string>& args) { return RunAcearc(args, work); };
 
   std::vector<std::string> create{"a"};
@@ -103,9 +82,10 @@ TEST_P(CliChange, AddDeleteAndMkdirKeepEveryByte) {
   std::map<std::string, std::string> out = ReadTree(work / "out");
   for (const char* folder : {"tree/", "more/"}) out.erase(folder);
   EXPECT_EQ(out, expected);
-  struct stat info {};
-  ASSERT_EQ(stat((work / "out" / "tree" / "readonly.txt").c_str(), &info), 0);
-  EXPECT_EQ(info.st_mode & 0222, 0u) << "the read-only file became writable";
+  EXPECT_EQ(
+      fs::status(work / "out" / "tree" / "readonly.txt").permissions() & fs::perms::owner_write,
+      fs::perms::none)
+      << "the read-only file became writable";
 
   EXPECT_EQ(FolderNames(work), (std::vector<std::string>{"more", "out", "s.ace", "tree"}));
   EXPECT_EQ(FolderNames(tmp), std::vector<std::string>{});

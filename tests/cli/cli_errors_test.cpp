@@ -1,11 +1,6 @@
 // What acearc does when things go wrong or need an answer without a terminal:
 // existing files are kept, damage is named, a locked archive is refused, and
 // each case ends with its documented exit code.
-#include <fcntl.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <thread>
 
@@ -219,6 +214,7 @@ TEST_F(CliWithArchive, EntriesThatWouldLeaveTheOutputFolderAreRefused) {
 }
 
 TEST(CliInterrupt, CtrlCStopsCleanlyWithFour) {
+  ACE_POSIX_ONLY("signals");
   acetest::TempDir dir;
   // Enough incompressible data that the operation is still running when the
   // signal comes.
@@ -230,16 +226,7 @@ TEST(CliInterrupt, CtrlCStopsCleanlyWithFour) {
   RunResult probe = RunAcearc({"a", "probe.ace", "big/part0"}, dir.path());
   SKIP_IF_NOT_LANDED(probe, "creating archives");
 
-  pid_t child = fork();
-  if (child == 0) {
-    if (chdir(dir.path().c_str()) != 0) _exit(126);
-    int null = open("/dev/null", O_RDWR);
-    dup2(null, 0);
-    dup2(null, 1);
-    dup2(null, 2);
-    execl(AcearcPath().c_str(), "acearc", "a", "-m", "0", "big.ace", "big", nullptr);
-    _exit(127);
-  }
+  AcearcProcess child({"a", "-m", "0", "big.ace", "big"}, dir.path());
   // The signal goes once the archive is being written, which is after acearc
   // has set up its handling.
   auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
@@ -247,11 +234,10 @@ TEST(CliInterrupt, CtrlCStopsCleanlyWithFour) {
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
   std::this_thread::sleep_for(std::chrono::milliseconds(100));
-  kill(child, SIGINT);
-  int status = 0;
-  waitpid(child, &status, 0);
-  ASSERT_TRUE(WIFEXITED(status));
-  EXPECT_EQ(WEXITSTATUS(status), 4);
+#ifndef _WIN32
+  child.Interrupt();
+#endif
+  EXPECT_EQ(child.Wait().exitCode, 4);
   EXPECT_FALSE(fs::exists(dir.path() / "big.ace")) << "a stopped creation leaves no archive";
   for (const auto& entry : fs::directory_iterator(dir.path())) {
     std::string name = entry.path().filename().string();
@@ -266,32 +252,17 @@ TEST(CliVanishing, AFileRemovedWhileAddingIsSkippedWithAWarning) {
   RunResult probe = RunAcearc({"a", "probe.ace", "b_small.txt"}, dir.path());
   SKIP_IF_NOT_LANDED(probe, "creating archives");
 
-  acetest::TempDir capture;
-  pid_t child = fork();
-  if (child == 0) {
-    if (chdir(dir.path().c_str()) != 0) _exit(126);
-    int null = open("/dev/null", O_RDWR);
-    int err = open((capture.path() / "err").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    dup2(null, 0);
-    dup2(null, 1);
-    dup2(err, 2);
-    execl(AcearcPath().c_str(), "acearc", "a", "v.ace", "a_big.bin", "b_small.txt", nullptr);
-    _exit(127);
-  }
+  AcearcProcess child({"a", "v.ace", "a_big.bin", "b_small.txt"}, dir.path());
   // b_small.txt goes while a_big.bin is being compressed.
   auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
   while (!fs::exists(dir.path() / "v.ace") && std::chrono::steady_clock::now() < deadline) {
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
   fs::remove(dir.path() / "b_small.txt");
-  int status = 0;
-  waitpid(child, &status, 0);
-  ASSERT_TRUE(WIFEXITED(status));
-  acetest::Bytes err = acetest::ReadFileBytes(capture.path() / "err");
-  std::string errText(err.begin(), err.end());
-  EXPECT_EQ(WEXITSTATUS(status), 1) << errText;
-  EXPECT_NE(errText.find("b_small.txt: it cannot be read"), std::string::npos) << errText;
-  EXPECT_EQ(errText.find("another name"), std::string::npos) << errText;
+  RunResult done = child.Wait();
+  EXPECT_EQ(done.exitCode, 1) << done.err;
+  EXPECT_NE(done.err.find("b_small.txt: it cannot be read"), std::string::npos) << done.err;
+  EXPECT_EQ(done.err.find("another name"), std::string::npos) << done.err;
   EXPECT_EQ(EntryNames(ListJson(dir.path() / "v.ace")), std::vector<std::string>{"a_big.bin"});
 }
 

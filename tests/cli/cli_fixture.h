@@ -24,7 +24,7 @@ namespace clitest {
   } while (0)
 
 // A name with a character outside ASCII that the archive's code page holds.
-inline const std::string kAccentedName = "na\xC3\xAFve caf\xC3\xA9.txt";
+inline const std::string kAccentedName = acetest::Ansi("na\xC3\xAFve caf\xC3\xA9.txt");
 
 // The golden archive made by an independent writer: docs\alice29.txt,
 // docs\empty.txt, the folder docs\sub, data\lcg8k (stored), data\pattern60k

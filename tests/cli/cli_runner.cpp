@@ -1,13 +1,17 @@
 #include "cli/cli_runner.h"
 
-#include <fcntl.h>
-#include <grp.h>
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <pty.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#ifdef _WIN32
+#  include <windows.h>
+#else
+#  include <fcntl.h>
+#  include <grp.h>
+#  include <poll.h>
+#  include <pty.h>
+#  include <signal.h>
+#  include <sys/wait.h>
+#  include <unistd.h>
+#endif
 
 #include <cerrno>
 #include <cstdlib>
@@ -23,6 +27,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
+std::string Slurp(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+#ifndef _WIN32
 std::vector<char*> Argv(std::vector<std::string>& args) {
   std::vector<char*> argv;
   for (std::string& arg : args) argv.push_back(arg.data());
@@ -34,13 +46,6 @@ int ExitCodeOf(int status) {
   if (WIFEXITED(status)) return WEXITSTATUS(status);
   if (WIFSIGNALED(status)) return 128 + WTERMSIG(status);
   return -1;
-}
-
-std::string Slurp(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
 }
 
 // Waits for the child with a time limit, killing it when the limit passes.
@@ -59,15 +64,95 @@ int WaitChild(pid_t child, std::chrono::seconds timeout) {
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
 }
+#else
+// One argument of a command line, quoted as the C runtime splits it again.
+std::wstring Quoted(const std::wstring& arg) {
+  if (!arg.empty() && arg.find_first_of(L" \t\"") == std::wstring::npos) return arg;
+  std::wstring out = L"\"";
+  size_t slashes = 0;
+  for (wchar_t c : arg) {
+    if (c == L'\\') {
+      ++slashes;
+      continue;
+    }
+    out.append(c == L'"' ? 2 * slashes + 1 : slashes, L'\\').push_back(c);
+    slashes = 0;
+  }
+  return out.append(2 * slashes, L'\\') + L"\"";
+}
+
+HANDLE Inheritable(const wchar_t* path, DWORD access, DWORD creation) {
+  SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
+  return CreateFileW(path, access, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit, creation, 0,
+                     nullptr);
+}
+#endif
 
 }  // namespace
 
+#ifdef _WIN32
+fs::path AcearcPath() { return acetest::BinDir() / "acearc.exe"; }
+
+AcearcProcess::AcearcProcess(const std::vector<std::string>& args, const fs::path& cwd, int) {
+  STARTUPINFOW startup{};
+  startup.cb = sizeof startup;
+  startup.dwFlags = STARTF_USESTDHANDLES;
+  startup.hStdInput = Inheritable(L"NUL", GENERIC_READ, OPEN_EXISTING);
+  startup.hStdOutput = Inheritable((capture_.path() / "out").c_str(), GENERIC_WRITE, CREATE_ALWAYS);
+  startup.hStdError = Inheritable((capture_.path() / "err").c_str(), GENERIC_WRITE, CREATE_ALWAYS);
+  std::wstring line = Quoted(AcearcPath().wstring());
+  for (const std::string& arg : args) line += L" " + Quoted(fs::path(arg).wstring());
+  PROCESS_INFORMATION process{};
+  if (CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr,
+                     cwd.empty() ? nullptr : cwd.c_str(), &startup, &process)) {
+    CloseHandle(process.hThread);
+    child_ = reinterpret_cast<intptr_t>(process.hProcess);
+  }
+  for (HANDLE h : {startup.hStdInput, startup.hStdOutput, startup.hStdError}) CloseHandle(h);
+}
+
+AcearcProcess::~AcearcProcess() {
+  if (child_ == -1) return;
+  const auto process = reinterpret_cast<HANDLE>(child_);
+  TerminateProcess(process, 1);
+  WaitForSingleObject(process, INFINITE);
+  CloseHandle(process);
+}
+
+RunResult AcearcProcess::Wait(std::chrono::seconds timeout) {
+  RunResult result;
+  if (child_ != -1) {
+    const auto process = reinterpret_cast<HANDLE>(child_);
+    DWORD code = 0;
+    if (WaitForSingleObject(process, static_cast<DWORD>(timeout.count() * 1000)) != WAIT_OBJECT_0) {
+      TerminateProcess(process, 1);
+      WaitForSingleObject(process, INFINITE);
+      result.exitCode = -2;
+    } else if (GetExitCodeProcess(process, &code)) {
+      result.exitCode = static_cast<int>(code);
+    }
+    CloseHandle(process);
+    child_ = -1;
+  }
+  result.out = Slurp(capture_.path() / "out");
+  result.err = Slurp(capture_.path() / "err");
+  return result;
+}
+
+// No pseudo-terminals to drive on Windows: the terminal tests are POSIX only
+// and skip before they open a session.
+TerminalSession::TerminalSession(const std::vector<std::string>&, const fs::path&) {}
+TerminalSession::~TerminalSession() = default;
+bool TerminalSession::WaitFor(const std::string&, std::chrono::seconds) { return false; }
+void TerminalSession::Type(const std::string&) {}
+int TerminalSession::Finish(std::chrono::seconds) { return -1; }
+#else
 fs::path AcearcPath() { return acetest::BinDir() / "acearc"; }
 
-RunResult RunAcearc(const std::vector<std::string>& args, const fs::path& cwd, int asUser) {
-  acetest::TempDir capture;
-  fs::path outPath = capture.path() / "out";
-  fs::path errPath = capture.path() / "err";
+AcearcProcess::AcearcProcess(const std::vector<std::string>& args, const fs::path& cwd,
+                             int asUser) {
+  fs::path outPath = capture_.path() / "out";
+  fs::path errPath = capture_.path() / "err";
   std::vector<std::string> full{AcearcPath().string()};
   full.insert(full.end(), args.begin(), args.end());
   std::vector<char*> argv = Argv(full);
@@ -92,10 +177,24 @@ RunResult RunAcearc(const std::vector<std::string>& args, const fs::path& cwd, i
     execv(argv[0], argv.data());
     _exit(127);
   }
+  child_ = child;
+}
+
+AcearcProcess::~AcearcProcess() {
+  if (child_ > 0) {
+    kill(static_cast<pid_t>(child_), SIGKILL);
+    waitpid(static_cast<pid_t>(child_), nullptr, 0);
+  }
+}
+
+void AcearcProcess::Interrupt() { kill(static_cast<pid_t>(child_), SIGINT); }
+
+RunResult AcearcProcess::Wait(std::chrono::seconds timeout) {
   RunResult result;
-  result.exitCode = WaitChild(child, std::chrono::seconds(300));
-  result.out = Slurp(outPath);
-  result.err = Slurp(errPath);
+  result.exitCode = WaitChild(static_cast<pid_t>(child_), timeout);
+  child_ = -1;
+  result.out = Slurp(capture_.path() / "out");
+  result.err = Slurp(capture_.path() / "err");
   return result;
 }
 
@@ -155,6 +254,12 @@ int TerminalSession::Finish(std::chrono::seconds timeout) {
   int code = WaitChild(child_, std::chrono::seconds(5));
   child_ = -1;
   return code;
+}
+
+#endif
+
+RunResult RunAcearc(const std::vector<std::string>& args, const fs::path& cwd, int asUser) {
+  return AcearcProcess(args, cwd, asUser).Wait();
 }
 
 }  // namespace clitest

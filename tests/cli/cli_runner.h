@@ -1,14 +1,17 @@
 // Runs the built acearc in a child process for the end-to-end tests: without
-// a terminal (stdin from /dev/null, output captured), or under a
-// pseudo-terminal driven like a user at the keyboard.
+// a terminal (stdin from the null device, output captured), or (POSIX only)
+// under a pseudo-terminal driven like a user at the keyboard.
 #pragma once
 
 #include <sys/types.h>
 
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
+
+#include "support/test_support.h"
 
 namespace clitest {
 
@@ -20,8 +23,27 @@ struct RunResult {
 
 std::filesystem::path AcearcPath();
 
-// Runs acearc with `args` in `cwd` (the test's folder when empty); with
-// `asUser` >= 0 it runs under that user id (the tests run as root in CI).
+// acearc started with `args` in `cwd` (the test's folder when empty); with
+// `asUser` >= 0 (POSIX) it runs under that user id (the tests run as root in CI).
+class AcearcProcess {
+ public:
+  AcearcProcess(const std::vector<std::string>& args, const std::filesystem::path& cwd = {},
+                int asUser = -1);
+  ~AcearcProcess();  // ends it if it still runs
+  AcearcProcess(const AcearcProcess&) = delete;
+  AcearcProcess& operator=(const AcearcProcess&) = delete;
+#ifndef _WIN32
+  void Interrupt();  // Ctrl-C
+#endif
+  // Waits for the end (-2 as exit code when the time ran out) and collects the output.
+  RunResult Wait(std::chrono::seconds timeout = std::chrono::seconds(300));
+
+ private:
+  acetest::TempDir capture_;
+  intptr_t child_ = -1;  // the process id; on Windows the process handle
+};
+
+// Runs acearc to its end.
 RunResult RunAcearc(const std::vector<std::string>& args, const std::filesystem::path& cwd = {},
                     int asUser = -1);
 

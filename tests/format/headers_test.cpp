@@ -284,7 +284,7 @@ TEST_F(FormatTest, StoredNamesFollowThePathRules) {
   for (const auto& c : cases) {
     SetKeepPaths(c.keepPaths);
     SetRelativePath(c.relative);
-    EXPECT_EQ(StoredName(c.source), c.stored)
+    EXPECT_EQ(StoredName(acetest::Ansi(c.source).c_str()), c.stored)
         << c.source << " keep " << c.keepPaths << " rel " << c.relative;
   }
 }

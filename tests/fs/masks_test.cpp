@@ -9,6 +9,7 @@
 #include "aceplug/aceplug.h"
 #include "fs/wildcard.h"
 #include "plugin/state.h"
+#include "support/test_support.h"
 
 namespace {
 
@@ -68,12 +69,14 @@ TEST(MaskList, SelectionTable) {
       {"\xC3\xA4*.txt", {"\xC3\x84pfel.txt"}, {"apfel.txt"}},  // upper case reaches Latin-1
   };
   for (const Case& c : cases) {
-    Masks masks({c.mask});
+    Masks masks({acetest::Ansi(c.mask).c_str()});
     for (const char* name : c.selects) {
-      EXPECT_EQ(MatchesMaskList(name, masks.get()), 1) << c.mask << " should select " << name;
+      EXPECT_EQ(MatchesMaskList(acetest::Ansi(name).c_str(), masks.get()), 1)
+          << c.mask << " should select " << name;
     }
     for (const char* name : c.rejects) {
-      EXPECT_EQ(MatchesMaskList(name, masks.get()), 0) << c.mask << " should reject " << name;
+      EXPECT_EQ(MatchesMaskList(acetest::Ansi(name).c_str(), masks.get()), 0)
+          << c.mask << " should reject " << name;
     }
   }
 }

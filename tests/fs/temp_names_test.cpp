@@ -55,28 +55,14 @@ TEST(TempNames, BesideTheArchive) {
 
 class TempDirName : public ::testing::Test {
  protected:
-  void SetUp() override {
-    const char* saved = std::getenv("TMPDIR");
-    hadTmpdir_ = saved != nullptr;
-    if (hadTmpdir_) saved_ = saved;
-    setenv("TMPDIR", dir_.str().c_str(), 1);
-  }
-  void TearDown() override {
-    if (hadTmpdir_) {
-      setenv("TMPDIR", saved_.c_str(), 1);
-    } else {
-      unsetenv("TMPDIR");
-    }
-  }
   acetest::TempDir dir_;
-  std::string saved_;
-  bool hadTmpdir_ = false;
+  acetest::ScopedTempFolder temp_{dir_.path()};
 };
 
 TEST_F(TempDirName, FreshNameInTheTemporaryDirectory) {
   char buffer[354];
   ASSERT_EQ(MakeTempDirName(buffer, sizeof buffer), 1);
-  const std::string prefix = dir_.str() + "/";
+  const std::string prefix = (dir_.path() / "").string();
   std::string name = buffer;
   ASSERT_EQ(name.rfind(prefix, 0), 0u) << name;
   EXPECT_TRUE(AllDigits(name.substr(prefix.size()))) << name;

@@ -1,21 +1,47 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 
 #include "platform/win32.h"
+#include "support/test_support.h"
 
 namespace {
 
-TEST(CodePage, Cp437AndUtf8) {
+std::string Times(const std::string& text, size_t n) {
+  std::string out;
+  for (size_t i = 0; i < n; ++i) out += text;
+  return out;
+}
+
+TEST(CodePage, Cp437AndTheAnsiCodePage) {
   struct Case {
     const char* oem;
-    const char* ansi;
+    const char* utf8;
   };
   const Case cases[] = {
       {"plain.txt", "plain.txt"},
       {"\x84\x94\x81\xE1", "\xC3\xA4\xC3\xB6\xC3\xBC\xC3\x9F"},  // äöüß
       {"\x8E\x99\x9A", "\xC3\x84\xC3\x96\xC3\x9C"},              // ÄÖÜ
+  };
+  for (const Case& c : cases) {
+    const std::string ansi = acetest::Ansi(c.utf8);
+    char out[64];
+    ASSERT_TRUE(OemToCharA(c.oem, out, sizeof out));
+    EXPECT_EQ(out, ansi);
+    ASSERT_TRUE(CharToOemA(ansi.c_str(), out, sizeof out));
+    EXPECT_STREQ(out, c.oem);
+  }
+}
+
+TEST(CodePage, Cp437AndUtf8) {
+  ACE_POSIX_ONLY("the ANSI code page is UTF-8");
+  struct Case {
+    const char* oem;
+    const char* ansi;
+  };
+  const Case cases[] = {
       {"\xC9\xCD\xBB", "\xE2\x95\x94\xE2\x95\x90\xE2\x95\x97"},  // box drawing
       {"\xE0\xFF", "\xCE\xB1\xC2\xA0"},                          // alpha, no-break space
   };
@@ -34,30 +60,30 @@ TEST(CodePage, Cp437AndUtf8) {
       "b",
       out, sizeof out);  // malformed UTF-8
   EXPECT_STREQ(out, "a?b");
-}
-
-TEST(CodePage, LongNamesNeverOverrun) {
-  // A 255-byte CP437 name of two-byte characters into a 272-byte field.
-  std::string oem(255, '\x84');
-  char field[272 + 8];
-  std::memset(field, '#', sizeof field);
-  ASSERT_TRUE(OemToCharA(oem.c_str(), field, 272));
-  EXPECT_EQ(std::strlen(field), 270u);  // 135 whole characters, never half of one
-  EXPECT_EQ(std::string(field + 268, 2), "\xC3\xA4");
-  for (size_t i = 272; i < sizeof field; ++i) EXPECT_EQ(field[i], '#') << i;
-
-  // Three-byte characters cut before the one that does not fit whole.
+  // Three-byte characters are cut before the one that does not fit whole.
   std::string boxes(100, '\xC9');
   char small[11];
   ASSERT_TRUE(OemToCharA(boxes.c_str(), small, sizeof small));
   EXPECT_EQ(std::strlen(small), 9u);
+}
+
+TEST(CodePage, LongNamesNeverOverrun) {
+  const std::string ae = acetest::Ansi("\xC3\xA4");  // ä: two bytes in UTF-8, one in 1252
+  // A 255-byte CP437 name into a 272-byte field: whole characters only.
+  std::string oem(255, '\x84');
+  char field[272 + 8];
+  std::memset(field, '#', sizeof field);
+  ASSERT_TRUE(OemToCharA(oem.c_str(), field, 272));
+  EXPECT_EQ(field, Times(ae, std::min<size_t>(255, 271 / ae.size())));
+  for (size_t i = 272; i < sizeof field; ++i) EXPECT_EQ(field[i], '#') << i;
 
   // In place, with the buffer's capacity.
   char buf[8] = "\x84\x84\x84\x84";
   ASSERT_TRUE(OemToCharA(buf, buf, sizeof buf));
-  EXPECT_STREQ(buf, "\xC3\xA4\xC3\xA4\xC3\xA4");
+  const size_t fit = std::min<size_t>(4, 7 / ae.size());
+  EXPECT_EQ(buf, Times(ae, fit));
   ASSERT_TRUE(CharToOemA(buf, buf, sizeof buf));
-  EXPECT_STREQ(buf, "\x84\x84\x84");
+  EXPECT_EQ(buf, std::string(fit, '\x84'));
 
   std::string ansi(600, 'x');
   char oemField[256];
@@ -65,15 +91,23 @@ TEST(CodePage, LongNamesNeverOverrun) {
   EXPECT_EQ(std::strlen(oemField), 255u);
 }
 
-TEST(CodePage, CharUpper) {
-  char text[] = "abc xyz \xC3\xA4\xC3\xB6\xC3\xBC \xC3\xA9 \xC3\xB7 \xC3\x9F \xE2\x95\x94 1.txt";
-  CharUpperA(text);
-  // Latin-1 letters go up; the division sign, sharp s and other characters stay.
-  EXPECT_STREQ(text,
-               "ABC XYZ \xC3\x84\xC3\x96\xC3\x9C \xC3\x89 \xC3\xB7 \xC3\x9F \xE2\x95\x94 1.TXT");
-  char trail[] = "\xE2\x95\xA4x";  // a trail byte that looks like a Latin-1 lead is left alone
+TEST(CodePage, UpperCase) {
+  // Letters go up; the division sign and sharp s stay.
+  std::string text =
+      acetest::Ansi("abc xyz \xC3\xA4\xC3\xB6\xC3\xBC \xC3\xA9 \xC3\xB7 \xC3\x9F 1.txt");
+  CharUpperA(text.data());
+  EXPECT_EQ(text,
+            acetest::Ansi("ABC XYZ \xC3\x84\xC3\x96\xC3\x9C \xC3\x89 \xC3\xB7 \xC3\x9F 1.TXT"));
+#ifndef _WIN32
+  // UTF-8: other characters stay, and a trail byte that looks like a Latin-1
+  // lead is left alone.
+  char box[] = "\xE2\x95\x94x";
+  CharUpperA(box);
+  EXPECT_STREQ(box, "\xE2\x95\x94X");
+  char trail[] = "\xE2\x95\xA4x";
   CharUpperA(trail);
   EXPECT_STREQ(trail, "\xE2\x95\xA4X");
+#endif
 }
 
 }  // namespace

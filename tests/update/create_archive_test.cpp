@@ -284,21 +284,24 @@ TEST_F(CreateArchiveTest, StoredNamesFollowThePathSettings) {
 }
 
 TEST_F(CreateArchiveTest, NonAsciiNamesComeBackUnchanged) {
-  acetest::WriteFileText(input / "r\xC3\xA9sum\xC3\xA9.txt", Text(1000));
-  ASSERT_EQ(Create(archive, {"r\xC3\xA9sum\xC3\xA9.txt"}, settings), AR_OK);
+  const std::string resume = acetest::Ansi("r\xC3\xA9sum\xC3\xA9.txt");
+  acetest::WriteFileText(input / resume, Text(1000));
+  ASSERT_EQ(Create(archive, {resume}, settings), AR_OK);
   const auto entries = List(archive);
   ASSERT_EQ(entries.size(), 1u);
-  EXPECT_EQ(entries[0].name, "r\xC3\xA9sum\xC3\xA9.txt");
+  EXPECT_EQ(entries[0].name, resume);
   TempDir out;
   ASSERT_EQ(ExtractAll(archive, out.str()), AR_OK);
-  EXPECT_TRUE(fs::exists(out.path() / "r\xC3\xA9sum\xC3\xA9.txt"));
+  EXPECT_TRUE(fs::exists(out.path() / resume));
 }
 
 TEST_F(CreateArchiveTest, FilesThatCannotBeReadFailCleanly) {
+#ifndef _WIN32
   // A FIFO must not hang the reader: it counts as a file that cannot be opened.
   ASSERT_EQ(mkfifo((input / "pipe").c_str(), 0644), 0);
   EXPECT_EQ(Create(archive, {"pipe"}, settings), AR_IO_ERROR);
   EXPECT_FALSE(fs::exists(archive));
+#endif
 
   // A name that does not fit the path buffers is refused, not cut.
   const std::string longName(300, 'x');

@@ -215,7 +215,7 @@ TEST_F(DeleteEntriesTest, ASolidDeleteCompressesTheRestAgain) {
   const auto shown = rec.FileNamesAfterSignal(AR_SIGNAL_REBUILD);
   ASSERT_EQ(shown.size(), order.size());
   for (size_t i = 0; i < order.size(); ++i) {
-    EXPECT_EQ(shown[i].path, tmp.string() + "/" + fs::path(Slashes(order[i])).filename().string());
+    EXPECT_EQ(shown[i].path, (tmp / fs::path(Slashes(order[i])).filename()).string());
     EXPECT_EQ(shown[i].shown, "\\" + order[i]);
   }
 

@@ -143,17 +143,12 @@ class FaultSweep : public ::testing::TestWithParam<Operation> {
     settings.solid = GetParam().solid ? 1 : 0;
     // The working directories of the solid operations go here, so that one
     // left behind is seen.
-    if (const char* old = std::getenv("TMPDIR")) savedTmpdir = old;
-    setenv("TMPDIR", systemTemp.c_str(), 1);
+    tempFolder.emplace(systemTemp);
   }
   void TearDown() override {
     platform::faults::Reset();
     DoneArcFile();
-    if (savedTmpdir) {
-      setenv("TMPDIR", savedTmpdir->c_str(), 1);
-    } else {
-      unsetenv("TMPDIR");
-    }
+    tempFolder.reset();
   }
 
   // The archive an operation other than creation starts from, with a few
@@ -281,7 +276,7 @@ class FaultSweep : public ::testing::TestWithParam<Operation> {
   Settings settings;
   Bytes pristine;
   std::string pristineListing, resultListing;
-  std::optional<std::string> savedTmpdir;
+  std::optional<acetest::ScopedTempFolder> tempFolder;
 };
 
 TEST_P(FaultSweep, NothingLostAtAnyFailurePoint) {

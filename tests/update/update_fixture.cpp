@@ -254,8 +254,9 @@ acetest::Bytes EntryBytes(const acetest::Bytes& archive, const Listed& entry) {
 }
 
 uint32_t DosStamp(std::time_t t) {
+  const std::time_t local = t + static_cast<std::time_t>(acetest::CurrentUtcOffset());
   std::tm tm{};
-  localtime_r(&t, &tm);
+  gmtime_r(&local, &tm);
   const uint32_t date =
       static_cast<uint32_t>(((tm.tm_year - 80) << 9) | ((tm.tm_mon + 1) << 5) | tm.tm_mday);
   const uint32_t time =
@@ -276,21 +277,8 @@ AceFileTime UtcFileTimeOfDosStamp(uint32_t stamp) {
   tm.tm_hour = static_cast<int>((stamp >> 11) & 0x1F);
   tm.tm_min = static_cast<int>((stamp >> 5) & 0x3F);
   tm.tm_sec = static_cast<int>(stamp & 0x1F) * 2;
-  tm.tm_isdst = -1;
-  return FileTimeOf(std::mktime(&tm));
-}
-
-ScopedTempFolder::ScopedTempFolder(const fs::path& folder) {
-  if (const char* old = std::getenv("TMPDIR")) old_ = old;
-  setenv("TMPDIR", folder.c_str(), 1);
-}
-
-ScopedTempFolder::~ScopedTempFolder() {
-  if (old_) {
-    setenv("TMPDIR", old_->c_str(), 1);
-  } else {
-    unsetenv("TMPDIR");
-  }
+  return FileTimeOf(
+      static_cast<std::time_t>(acetest::UtcSecondsOf(tm) - acetest::CurrentUtcOffset()));
 }
 
 ArchiveChangeTest::ArchiveChangeTest()
@@ -341,7 +329,7 @@ void ArchiveChangeTest::ExpectExtracts(
   std::vector<std::string> expected, found;
   for (const auto& file : files) expected.push_back(Slashes(file.first));
   for (const auto& e : fs::recursive_directory_iterator(out)) {
-    if (e.is_regular_file()) found.push_back(fs::relative(e.path(), out).string());
+    if (e.is_regular_file()) found.push_back(fs::relative(e.path(), out).generic_string());
   }
   std::sort(expected.begin(), expected.end());
   std::sort(found.begin(), found.end());

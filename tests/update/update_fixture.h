@@ -111,18 +111,7 @@ uint32_t DosStamp(std::time_t t);
 AceFileTime UtcFileTimeOfDosStamp(uint32_t stamp);
 AceFileTime FileTimeOf(std::time_t t);
 
-// Points TMPDIR, the system temporary folder of the platform layer, at a
-// folder of its own while it lives.
-class ScopedTempFolder {
- public:
-  explicit ScopedTempFolder(const std::filesystem::path& folder);
-  ~ScopedTempFolder();
-  ScopedTempFolder(const ScopedTempFolder&) = delete;
-  ScopedTempFolder& operator=(const ScopedTempFolder&) = delete;
-
- private:
-  std::optional<std::string> old_;
-};
+using acetest::ScopedTempFolder;
 
 // The base of the tests that change archives: an input folder, the archive
 // alone in a folder of its own, and a private temporary folder. After every

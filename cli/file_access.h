@@ -1,0 +1,16 @@
+// File-system services that acearc needs beyond std::filesystem.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace acearc {
+
+// Whether acearc may read the file, asked before the plug-in is given it.
+bool CanReadFile(const std::filesystem::path& path);
+
+// A new folder, only for this user where the system allows, in the system's
+// temporary folder, named `prefix` and a random part; empty on failure.
+std::filesystem::path MakeTempFolder(const std::string& prefix);
+
+}  // namespace acearc

@@ -1,0 +1,18 @@
+#include "file_access.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+
+namespace acearc {
+
+bool CanReadFile(const std::filesystem::path& path) { return access(path.c_str(), R_OK) == 0; }
+
+std::filesystem::path MakeTempFolder(const std::string& prefix) {
+  std::error_code ec;
+  std::string pattern = (std::filesystem::temp_directory_path(ec) / (prefix + "XXXXXX")).string();
+  if (ec || mkdtemp(pattern.data()) == nullptr) return {};
+  return pattern;
+}
+
+}  // namespace acearc
