@@ -132,6 +132,7 @@ ExitCode RunAdd(const AddOptions& options, const CommonOptions& common) {
   scanOptions.keepPaths = !options.excludePaths;
   scanOptions.exclude = options.archive;
   scanOptions.prefix = prefix;
+  scanOptions.excludes = options.excludes;
   ScanResult scan = ScanPaths(options.paths, scanOptions);
   for (const std::string& warning : scan.warnings) Warn(context, warning);
   if (scan.base.size() > 259) {

@@ -2,7 +2,9 @@
 #include <cstdio>
 
 #include "commands.h"
+#include "entry_check.h"
 #include "entry_format.h"
+#include "entry_select.h"
 #include "interrupt.h"
 #include "plugin_session.h"
 #include "status_text.h"
@@ -24,22 +26,31 @@ ExitCode RunDelete(const DeleteOptions& options, const CommonOptions& common) {
     if (ExitCode code = CheckOpened(progress, options.archive, session.status()); code != kExitOk) {
       return code;
     }
-    MaskList masks;
-    for (const std::string& mask : options.masks) masks.Append(mask);
+    std::vector<EntryRecord> all;
     {
+      MaskList none;
       EntryList list;
-      BuildArcFileList(list.get(), masks.get());
+      BuildArcFileList(list.get(), none.get());
       status = GetArchiveStatus();
-      for (const ArcFileEntry* e : list.entries()) selected += e->IsFile != 0;
+      all = RecordsOf(list);
     }
     if (status != AR_OK) {
       ReportError(progress,
                   "deleting from " + options.archive + " failed: " + DescribeStatus(status));
       return ExitCodeForStatus(status);
     }
+    std::vector<EntryRecord> entries;
+    std::vector<bool> chosen =
+        ChooseEntries(context, options.archive, all, options.masks, options.excludes, &entries);
+    selected = entries.size();
     if (selected == 0) {
-      Warn(context, "no entry of " + options.archive + " matches; nothing deleted");
+      Warn(context, "nothing deleted from " + options.archive);
       return kExitWarning;
+    }
+    MaskList masks;
+    if (std::string why = SelectInPlugin(all, chosen, masks); !why.empty()) {
+      ReportError(progress, "deleting from " + options.archive + " failed: " + why);
+      return kExitFailed;
     }
     RegisterCallbacks(context);
     progress.Begin("deleting", 0);

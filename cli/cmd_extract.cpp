@@ -1,16 +1,32 @@
 // acearc x / e: extract entries with or without their directories.
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
+#include <ctime>
 #include <filesystem>
 
 #include "commands.h"
 #include "entry_check.h"
 #include "entry_format.h"
+#include "entry_select.h"
+#include "file_access.h"
 #include "interrupt.h"
+#include "local_time.h"
 #include "status_text.h"
 
 namespace acearc {
 
 namespace fs = std::filesystem;
+
+namespace {
+
+// The entry's DOS stamp read back as the plug-in reads its files' stamps, so
+// that a folder keeps the time of its files.
+bool SetModificationTime(const fs::path& path, uint32_t dosTime) {
+  return SetModifiedTime(path, TimeOfDosStamp(dosTime));
+}
+
+}  // namespace
 
 ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) {
   ProgressDisplay progress(ChooseOutputMode(common.quiet));
@@ -33,23 +49,25 @@ ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) 
     if (ExitCode code = CheckOpened(progress, options.archive, session.status()); code != kExitOk) {
       return code;
     }
-    MaskList masks;
-    for (const std::string& mask : options.masks) masks.Append(mask);
-    if (options.masks.empty()) masks.Append("*.*");
+    std::vector<EntryRecord> all;
     {
+      MaskList none;
       EntryList list;
-      BuildArcFileList(list.get(), masks.get());
+      BuildArcFileList(list.get(), none.get());
       status = GetArchiveStatus();
-      entries = RecordsOf(list);
+      all = RecordsOf(list);
     }
     if (status != AR_OK) {
       ReportError(progress, "extracting " + options.archive + " failed: " + DescribeStatus(status));
       return ExitCodeForStatus(status);
     }
-    if (entries.empty()) {
-      if (options.masks.empty()) return kExitOk;
-      Warn(context, "no entry of " + options.archive + " matches the masks");
-      return kExitWarning;
+    std::vector<bool> chosen =
+        ChooseEntries(context, options.archive, all, options.masks, options.excludes, &entries);
+    if (entries.empty()) return context.warnings > 0 ? kExitWarning : kExitOk;
+    MaskList masks;
+    if (std::string why = SelectInPlugin(all, chosen, masks); !why.empty()) {
+      ReportError(progress, "extracting " + options.archive + " failed: " + why);
+      return kExitFailed;
     }
     bool unsafe = false;
     for (const EntryRecord& entry : entries) {
@@ -92,12 +110,19 @@ ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) 
     std::error_code ec;
     if (fs::is_directory(folder, ec) && fs::is_empty(folder, ec)) fs::remove(folder, ec);
   }
-  // Empty directories have no file to make them; the host makes them.
+  // Empty directories have no file to make them; the host makes them, and
+  // then gives every folder its time, as nothing more is made inside it.
   if (status == AR_OK && options.restorePaths) {
     for (const EntryRecord& entry : entries) {
       std::error_code ec;
       if (entry.directory)
         fs::create_directories(OutputPathOf(options.outputDir, entry.stored, true), ec);
+    }
+    for (const EntryRecord& entry : entries) {
+      fs::path folder = OutputPathOf(options.outputDir, entry.stored, true);
+      if (entry.directory && !SetModificationTime(folder, entry.dosTime)) {
+        Warn(context, "could not set the time of " + folder.string() + ": " + std::strerror(errno));
+      }
     }
   }
   if (ExitCodeForStatus(status) == kExitDamaged && context.stop == StopReason::None) {

@@ -5,6 +5,7 @@
 
 #include "commands.h"
 #include "entry_format.h"
+#include "entry_select.h"
 #include "json_writer.h"
 #include "plugin_session.h"
 #include "status_text.h"
@@ -54,6 +55,23 @@ std::string HexCrc(uint32_t crc) {
   char text[12];
   std::snprintf(text, sizeof text, "%08X", crc);
   return text;
+}
+
+// The summary's counts for the chosen entries alone; the rest describes the archive.
+void SummarizeChosen(Listing& listing) {
+  uint64_t size = 0;
+  uint64_t packed = 0;
+  uint32_t files = 0;
+  for (const ArcFileEntry* e : listing.entries) {
+    if (!e->IsFile || IsDirectoryEntry(*e)) continue;
+    ++files;
+    size += ToUInt64(e->UnpackedSize);
+    packed += ToUInt64(e->PackedSize);
+  }
+  listing.info.FileCount = files;
+  listing.info.UnpackedTotal = {static_cast<uint32_t>(size), static_cast<uint32_t>(size >> 32)};
+  listing.info.PackedTotal = {static_cast<uint32_t>(packed), static_cast<uint32_t>(packed >> 32)};
+  listing.info.Ratio = RatioPercent(packed, size);
 }
 
 void PrintTable(const std::string& archive, const Listing& listing) {
@@ -238,15 +256,20 @@ ExitCode RunList(const ListOptions& options, const CommonOptions& common) {
   CompOptions defaults{};
   SetCompExtraFeatures(&defaults);  // also makes the listing read file comments
 
-  MaskList masks;
-  for (const std::string& mask : options.masks) masks.Append(mask);
+  MaskList none;
   EntryList list;
-  BuildArcFileList(list.get(), masks.get());
+  BuildArcFileList(list.get(), none.get());
   uint16_t status = GetArchiveStatus();
 
   Listing listing;
-  listing.entries = list.entries();
+  EntryFilter filter(options.masks, options.excludes);
+  for (const ArcFileEntry* e : list.entries()) {
+    if (!e->IsFile || filter.Selects(DisplayName(e->Name))) listing.entries.push_back(e);
+  }
   if (status == AR_OK) listing.hasInfo = ReadSummary(listing.info);
+  if (listing.hasInfo && (!options.masks.empty() || !options.excludes.empty())) {
+    SummarizeChosen(listing);
+  }
   listing.comment = ReadMainComment();
 
   if (options.json) {
@@ -261,11 +284,11 @@ ExitCode RunList(const ListOptions& options, const CommonOptions& common) {
                               " entries: " + DescribeStatus(status));
     return ExitCodeForStatus(status);
   }
-  if (!options.masks.empty() && listing.entries.empty()) {
-    progress.Message("acearc: warning: no entry matches the masks");
-    return kExitWarning;
+  std::vector<std::string> unused = filter.Unused();
+  for (const std::string& mask : unused) {
+    progress.Message("acearc: warning: no entry of " + options.archive + " matches " + mask);
   }
-  return kExitOk;
+  return unused.empty() ? kExitOk : kExitWarning;
 }
 
 }  // namespace acearc

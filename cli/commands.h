@@ -27,17 +27,20 @@ struct AddOptions {
   bool excludePaths = false;  // -ep
   bool recurse = true;        // -r- turns it off
   std::string prefix;
+  std::vector<std::string> excludes;  // -x
 };
 
 struct ListOptions {
   std::string archive;
   std::vector<std::string> masks;
+  std::vector<std::string> excludes;  // -x
   bool json = false;
 };
 
 struct ExtractOptions {
   std::string archive;
   std::vector<std::string> masks;
+  std::vector<std::string> excludes;  // -x
   std::string outputDir = ".";
   bool restorePaths = true;  // x: true, e: false
 };
@@ -45,6 +48,7 @@ struct ExtractOptions {
 struct DeleteOptions {
   std::string archive;
   std::vector<std::string> masks;
+  std::vector<std::string> excludes;  // -x
 };
 
 struct MakeDirectoryOptions {

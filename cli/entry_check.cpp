@@ -57,8 +57,8 @@ std::vector<EntryRecord> RecordsOf(const EntryList& list) {
   std::vector<EntryRecord> records;
   for (const ArcFileEntry* e : list.entries()) {
     if (!e->IsFile) continue;
-    records.push_back(
-        {e->Name, DisplayName(e->Name), ToUInt64(e->UnpackedSize), e->Crc32, IsDirectoryEntry(*e)});
+    records.push_back({e->Name, DisplayName(e->Name), ToUInt64(e->UnpackedSize), e->Crc32,
+                       IsDirectoryEntry(*e), e->DosTime});
   }
   return records;
 }

@@ -22,6 +22,7 @@ struct EntryRecord {
   uint64_t size = 0;
   uint32_t crc = 0;
   bool directory = false;
+  uint32_t dosTime = 0;  // local time
 };
 
 // File and directory entries of a list (recovery records are left out).

@@ -1,6 +1,7 @@
 // File-system services that acearc needs beyond std::filesystem.
 #pragma once
 
+#include <ctime>
 #include <filesystem>
 #include <string>
 
@@ -8,6 +9,9 @@ namespace acearc {
 
 // Whether acearc may read the file, asked before the plug-in is given it.
 bool CanReadFile(const std::filesystem::path& path);
+
+// Sets the last-write time of a file or folder, leaving its access time.
+bool SetModifiedTime(const std::filesystem::path& path, std::time_t seconds);
 
 // A new folder, only for this user where the system allows, in the system's
 // temporary folder, named `prefix` and a random part; empty on failure.

@@ -1,10 +1,14 @@
 #include "file_scan.h"
 
 #include <algorithm>
+#include <chrono>
+#include <ctime>
 #include <set>
 #include <system_error>
 
+#include "entry_select.h"
 #include "file_access.h"
+#include "local_time.h"
 
 namespace acearc {
 
@@ -23,11 +27,31 @@ fs::path CommonPrefix(const fs::path& a, const fs::path& b) {
 
 bool IsDotName(const fs::path& name) { return name == "." || name == ".."; }
 
+// A DOS stamp holds the years 1980 to 2107; the plug-in stores the nearest
+// stamp for a time outside them, which the user should hear of.
+std::string DateWarning(const fs::path& full) {
+  std::error_code ec;
+  const fs::file_time_type written = fs::last_write_time(full, ec);
+  if (ec) return {};
+  const std::time_t seconds = std::chrono::system_clock::to_time_t(
+      std::chrono::time_point_cast<std::chrono::system_clock::duration>(
+          std::chrono::file_clock::to_sys(written)));
+  const std::tm local = LocalReading(seconds);
+  const int year = local.tm_year + 1900;
+  if (year >= 1980 && year <= 2107) return {};
+  char when[32];
+  std::strftime(when, sizeof when, "%Y-%m-%d %H:%M:%S", &local);
+  return full.string() + ": its date " + when +
+         " is outside the years 1980 to 2107 that the archive can hold; stored as " +
+         (year < 1980 ? "1980-01-01 00:00:00" : "2107-12-31 23:59:58");
+}
+
 struct Walker {
   const ScanOptions& options;
   ScanResult& result;
   fs::path excludeAbsolute;
   std::set<std::string> seen;
+  EntryFilter excluded{{}, options.excludes};
 
   bool IsExcluded(const fs::path& path) const {
     if (excludeAbsolute.empty()) return false;
@@ -50,6 +74,8 @@ struct Walker {
     }
     result.items.push_back({stored, isDirectory, size});
     if (!isDirectory) result.totalBytes += size;
+    if (std::string warning = DateWarning(full); !warning.empty())
+      result.warnings.push_back(warning);
   }
 
   // `name` is the path below the base, empty for the base folder itself.
@@ -61,9 +87,9 @@ struct Walker {
       result.warnings.push_back("left out " + full.string() + ": no such file or directory");
       return;
     }
-    fs::file_status target = link;
+    fs::file_status target = fs::is_symlink(link) ? fs::status(full, ec) : link;
+    if (!name.empty() && !excluded.Selects(fs::is_directory(target) ? name + "/" : name)) return;
     if (fs::is_symlink(link)) {
-      target = fs::status(full, ec);
       if (ec || !fs::exists(target)) {
         result.warnings.push_back("left out " + full.string() + ": broken symbolic link");
         return;
@@ -117,7 +143,8 @@ struct Walker {
 std::string UnstorableReason(const std::string& name, bool isDirectory, size_t prefixLength,
                              size_t baseLength) {
   (void)isDirectory;
-  if (name.find('\\') != std::string::npos) return "its name holds a backslash";
+  if (name.find('\\') != std::string::npos)
+    return "its name holds a backslash, which the archive takes for a folder separator";
   if (!name.empty() && name.back() == '.') return "a name ending in \".\" cannot be stored";
   if (name.rfind("..", 0) == 0) return "a name beginning with \"..\" cannot be stored";
   if (name.size() >= 2 && name[1] == ':')
@@ -145,8 +172,12 @@ ScanResult ScanPaths(const std::vector<std::string>& paths, const ScanOptions& o
     if (full.has_relative_path() && full.filename().empty()) full = full.parent_path();
     if (!full.has_relative_path()) contentsOnly = true;  // the root folder
     fs::path parent = contentsOnly ? full : full.parent_path();
-    base = first ? parent : CommonPrefix(base, parent);
-    first = false;
+    // A missing path is only reported; it must not move the others' names.
+    std::error_code ec;
+    if (fs::exists(fs::symlink_status(full, ec))) {
+      base = first ? parent : CommonPrefix(base, parent);
+      first = false;
+    }
     roots.push_back({full, contentsOnly});
   }
   if (options.keepPaths) {

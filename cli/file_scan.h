@@ -17,10 +17,11 @@ struct ScanItem {
 };
 
 struct ScanOptions {
-  bool recurse = true;            // into subdirectories
-  bool keepPaths = true;          // false: names lose their directories (-ep)
-  std::filesystem::path exclude;  // the archive itself, never added to itself
-  std::string prefix;             // stored in front of every name; counts toward its length
+  bool recurse = true;                // into subdirectories
+  bool keepPaths = true;              // false: names lose their directories (-ep)
+  std::filesystem::path exclude;      // the archive itself, never added to itself
+  std::string prefix;                 // stored in front of every name; counts toward its length
+  std::vector<std::string> excludes;  // masks of names below the base to leave out (-x)
 };
 
 struct ScanResult {
@@ -32,9 +33,12 @@ struct ScanResult {
 
 // Each path adds itself (a directory with what it holds) under its own name;
 // a path whose last part is "." or ".." adds what the directory holds without
-// the directory's name. Entries of a directory come in name order; a
-// directory's entry comes before its contents. Symbolic links to files are
-// followed, to directories not; other special files are left out.
+// the directory's name. The base is the common folder of the paths that
+// exist. Entries of a directory come in name order; a directory's entry comes
+// before its contents. A symbolic link to a file adds the file it points to;
+// links to directories and other special files are left out with a warning.
+// A date the archive cannot hold gets a warning (the plug-in stores the
+// nearest one).
 ScanResult ScanPaths(const std::vector<std::string>& paths, const ScanOptions& options);
 
 // Checks that a name can be stored and found again: a name ending in "." or

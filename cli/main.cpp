@@ -36,6 +36,52 @@ std::vector<std::string> TraditionalSpellings(int argc, char** argv) {
   return args;
 }
 
+constexpr const char* kCommandList = "a, l, t, x, e, d, mkdir";
+
+constexpr const char* kMaskRules =
+    "Masks are matched against the names the listing shows (\"/\" between folders), ignoring "
+    "case: * stands for any characters, \"/\" and \".\" included, and ? for one. A mask that "
+    "matches a folder selects everything in it: \"docs\" and \"docs/*\" select all of docs, "
+    "\"*.txt\" every .txt file in every folder, \"*\" every entry. -x MASK leaves out what MASK "
+    "selects; give it once per mask.\n";
+
+// The word that names the command: the first one that is not an option of
+// acearc itself (-p takes a value). Empty when there is none.
+std::string CommandWord(const std::vector<std::string>& args) {
+  for (size_t i = 1; i < args.size(); ++i) {
+    if (args[i] == "--") return i + 1 < args.size() ? args[i + 1] : std::string();
+    if (args[i] == "-p" || args[i] == "--password") {
+      ++i;
+    } else if (args[i].empty() || args[i][0] != '-') {
+      return args[i];
+    }
+  }
+  return {};
+}
+
+// CLI11 would call an unknown command "A subcommand is required".
+bool CheckCommandWord(CLI::App& app, const std::vector<std::string>& args) {
+  for (size_t i = 1; i < args.size() && args[i] != "--"; ++i) {
+    if (args[i] == "-h" || args[i] == "--help" || args[i] == "--version") return true;
+  }
+  std::string word = CommandWord(args);
+  for (const CLI::App* command : app.get_subcommands({})) {
+    if (command->get_name() == word) return true;
+  }
+  if (word.empty()) {
+    std::cerr << "acearc: a command is required, one of " << kCommandList << "\n";
+  } else {
+    std::cerr << "acearc: unknown command \"" << word << "\"; the commands are " << kCommandList
+              << "\n";
+  }
+  std::cerr << "Run with --help for more information.\n";
+  return false;
+}
+
+void AddExcludeOption(CLI::App* app, std::vector<std::string>& excludes, const char* what) {
+  app->add_option("-x,--exclude", excludes, what)->allow_extra_args(false);
+}
+
 void AddCommonOptions(CLI::App* app, CommonOptions& common) {
   app->add_flag("-y,--yes", common.yes, "answer yes to every question (overwrite, skip)");
   app->add_flag("-n,--never", common.never, "never overwrite existing files");
@@ -66,13 +112,14 @@ int main(int argc, char** argv) {
   a->add_option("-d,--dictionary", add.dictionaryKB, "dictionary size in KB (default 1024)")
       ->check(CLI::IsMember({64u, 128u, 256u, 512u, 1024u}));
   a->add_option("-m,--level", add.level,
-                "compression level, 0 fastest .. 4 best (default 1):\n"
+                "compression level, 1 fast .. 4 best (default 1); none stores:\n"
                 "  1  fast: hash-chain search of 32 steps\n"
                 "  2  hash-chain search of 48 steps\n"
                 "  3  hash-chain search of 64 steps\n"
-                "  0  exhaustive: no limit on the hash-chain search (the slowest)\n"
                 "  4  best: optimal parsing with the 1024 KB dictionary, hash-chain search of "
-                "256 steps with smaller ones")
+                "256 steps with smaller ones\n"
+                "  0  exhaustive: no limit on the hash-chain search; packs about as tightly as 4 "
+                "and is by far the slowest")
       ->check(CLI::Range(0, 4));
   a->add_flag("-s,--solid", add.solid, "solid archive: files share one compression history");
   a->add_flag("--ep", add.excludePaths, "store names without their directories (also -ep)");
@@ -82,6 +129,10 @@ int main(int argc, char** argv) {
   a->add_flag("--no-recurse", noRecurse,
               "only the files directly inside the directories named (also -r-)");
   a->add_option("--prefix", add.prefix, "folder stored in front of every name");
+  AddExcludeOption(a, add.excludes,
+                   "leave out the files and folders this mask selects, matched against the names "
+                   "below the common folder (\"*.o\", \"build\")");
+  a->footer(kMaskRules);
   AddCommonOptions(a, common);
 
   ListOptions list;
@@ -90,8 +141,10 @@ int main(int argc, char** argv) {
       "list the entries: name, size, packed size, ratio, date and time, attributes, "
       "method and dictionary, CRC; then the summary and the archive's comment");
   l->add_option("archive", list.archive, "the archive")->required();
-  l->add_option("masks", list.masks, "only the entries these masks select (\"*.txt\", \"docs/*\")");
+  l->add_option("masks", list.masks, "only the entries these masks select (\"*.txt\", \"docs\")");
   l->add_flag("--json", list.json, "print the listing as JSON");
+  AddExcludeOption(l, list.excludes, "leave out the entries this mask selects");
+  l->footer(kMaskRules);
   AddCommonOptions(l, common);
 
   std::string testArchive;
@@ -108,6 +161,8 @@ int main(int argc, char** argv) {
     sub->add_option("archive", options->archive, "the archive")->required();
     sub->add_option("masks", options->masks, "only the entries these masks select");
     sub->add_option("-o,--output", options->outputDir, "folder to extract into (default: .)");
+    AddExcludeOption(sub, options->excludes, "leave out the entries this mask selects");
+    sub->footer(kMaskRules);
     AddCommonOptions(sub, common);
   }
 
@@ -115,6 +170,8 @@ int main(int argc, char** argv) {
   CLI::App* d = app.add_subcommand("d", "delete the entries that the masks select");
   d->add_option("archive", del.archive, "the archive")->required();
   d->add_option("masks", del.masks, "masks of the entries to delete")->required();
+  AddExcludeOption(d, del.excludes, "keep the entries this mask selects");
+  d->footer(kMaskRules);
   AddCommonOptions(d, common);
 
   MakeDirectoryOptions mkdir;
@@ -124,6 +181,7 @@ int main(int argc, char** argv) {
   AddCommonOptions(m, common);
 
   std::vector<std::string> args = TraditionalSpellings(argc, argv);
+  if (!CheckCommandWord(app, args)) return kExitUsage;
   std::vector<char*> pointers;
   for (std::string& arg : args) pointers.push_back(arg.data());
   try {

@@ -1,5 +1,7 @@
 #include "file_access.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -7,6 +9,11 @@
 namespace acearc {
 
 bool CanReadFile(const std::filesystem::path& path) { return access(path.c_str(), R_OK) == 0; }
+
+bool SetModifiedTime(const std::filesystem::path& path, std::time_t seconds) {
+  const timespec times[2] = {{0, UTIME_OMIT}, {seconds, 0}};
+  return utimensat(AT_FDCWD, path.c_str(), times, 0) == 0;
+}
 
 std::filesystem::path MakeTempFolder(const std::string& prefix) {
   std::error_code ec;

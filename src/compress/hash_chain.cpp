@@ -12,6 +12,10 @@ constexpr uint32_t kWindowSpare = 600;  // searches read up to 263 bytes past th
 constexpr uint32_t kMaxMatch = 256;
 constexpr uint32_t kMaxCrowdDepth = 253;
 constexpr uint32_t kAbortLookahead = 300;
+// Level 0 walks whole chains and can take seconds over the input behind one
+// 16 KB output write, which is where progress is reported; it reports after
+// this many input bytes as well, so that a host's stop takes effect at once.
+constexpr uint32_t kUnlimitedReportBytes = 4096;
 
 // A family member: dictionary D = 2^kDictBits, hash update
 // hash := ((hash & kMask) << kShift) ^ byte over 2^kHashBits values.
@@ -303,6 +307,7 @@ struct Engine {
     core.processed = 0;
     if (s.lookahead == 0) return;
     const uint8_t* w = s.window;  // the window never moves, only its contents
+    uint32_t nextReport = s.chainLimit == 0 ? kUnlimitedReportBytes : UINT32_MAX;
     do {
       s.previousLength = s.matchLength;
       s.previousDistance = s.position - s.matchPosition;
@@ -326,6 +331,10 @@ struct Engine {
         s.matchLength = 1;
         FindMatch(s);
         Clamp(s);
+      }
+      if (core.processed >= nextReport) {
+        if (core.status == 0) ReportProgress(core);
+        nextReport = core.processed + kUnlimitedReportBytes;
       }
     } while (s.lookahead != 0);
   }

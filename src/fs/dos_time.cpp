@@ -5,6 +5,26 @@ namespace ace {
 namespace {
 
 constexpr WORD kFirstDosDate = 0x0041;  // 1 February 1980
+// The first and the last moment a stamp can hold: 1980-01-01 00:00:00 and
+// 2107-12-31 23:59:58.
+constexpr WORD kEarliestDate = (1 << 5) | 1;
+constexpr WORD kLatestDate = (127 << 9) | (12 << 5) | 31;
+constexpr WORD kLatestTime = (23 << 11) | (59 << 5) | 29;
+
+uint64_t Ticks(const FILETIME& time) {
+  return (static_cast<uint64_t>(time.dwHighDateTime) << 32) | time.dwLowDateTime;
+}
+
+// A local time as a stamp; one outside the stamp's years gets the nearest
+// stamp, so that a file from 1970 does not land in February 1980.
+void ClampedDosDateTime(const FILETIME& local, WORD* date, WORD* time) {
+  if (FileTimeToDosDateTime(&local, date, time)) return;
+  FILETIME earliest{};
+  DosDateTimeToFileTime(kEarliestDate, 0, &earliest);
+  const bool early = Ticks(local) < Ticks(earliest);
+  *date = early ? kEarliestDate : kLatestDate;
+  *time = early ? 0 : kLatestTime;
+}
 
 }  // namespace
 
@@ -18,10 +38,7 @@ DWORD GetFileDosTime(FileHandle file, uint32_t* date, uint32_t* time) {
   }
   WORD dosDate = 0;
   WORD dosTime = 0;
-  if (!FileTimeToDosDateTime(&local, &dosDate, &dosTime)) {
-    dosDate = kFirstDosDate;
-    dosTime = 0;
-  }
+  ClampedDosDateTime(local, &dosDate, &dosTime);
   *date = dosDate;
   *time = dosTime;
   return 0;
@@ -37,12 +54,10 @@ int GetFileDosStamp(FileHandle file, uint32_t* stamp) {
 
 uint32_t FileTimeToDosStamp(const FILETIME& utc) {
   FILETIME local{};
-  WORD date = kFirstDosDate;
+  if (!FileTimeToLocalFileTime(&utc, &local)) local = utc;  // only at the ends of the range
+  WORD date = 0;
   WORD time = 0;
-  if (!FileTimeToLocalFileTime(&utc, &local) || !FileTimeToDosDateTime(&local, &date, &time)) {
-    date = kFirstDosDate;
-    time = 0;
-  }
+  ClampedDosDateTime(local, &date, &time);
   return (static_cast<uint32_t>(date) << 16) | time;
 }
 

@@ -226,7 +226,9 @@ int AddFile(const char* diskPath, const char* archiveName, bool solid, uint16_t 
   if (attributes == INVALID_FILE_ATTRIBUTES) return AskSkip(diskPath, solid, fresh, true);
   if (attributes & FILE_ATTRIBUTE_DIRECTORY)
     return WriteDirectoryEntryFromDisk(diskPath, archiveName, attributes, solid, fresh);
-  return WriteCompressedEntry(diskPath, archiveName, attributes, solid, flagBits, fresh);
+  // A link to a file is stored as a copy of the file: no link bit in the entry.
+  return WriteCompressedEntry(diskPath, archiveName, attributes & ~FILE_ATTRIBUTE_REPARSE_POINT,
+                              solid, flagBits, fresh);
 }
 
 }  // namespace

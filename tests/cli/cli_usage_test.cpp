@@ -27,7 +27,7 @@ TEST(CliUsage, EveryCommandHasHelp) {
 
 TEST(CliUsage, AddHelpSaysWhatEachLevelDoes) {
   RunResult result = RunAcearc({"a", "--help"});
-  for (const char* word : {"0 fastest .. 4 best", "no limit", "32", "48", "64", "optimal", "256",
+  for (const char* word : {"1 fast .. 4 best", "no limit", "32", "48", "64", "optimal", "256",
                            "-ep", "-r-", "--prefix"}) {
     EXPECT_NE(result.out.find(word), std::string::npos) << word;
   }

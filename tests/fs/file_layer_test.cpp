@@ -139,9 +139,9 @@ TEST_F(DosStamps, FileStampsAreLocalTime) {
       // 2024-01-15 12:00:02 UTC and 2024-07-15 12:30:58 UTC.
       {1705320002, (44u << 9) | (1u << 5) | 15u, ((12u + hour) << 11) | 1u},
       {1721046658, (44u << 9) | (7u << 5) | 15u, ((12u + hour) << 11) | (30u << 5) | 29u},
-      // Before 1980 (local time) the stamp is 1 February 1980, 00:00:00.
-      {0, 0x0041, 0},
-      {firstLocal - 1, 0x0041, 0},
+      // Outside 1980..2107 (local time) the stamp is the nearest one there is.
+      {0, (1u << 5) | 1u, 0},
+      {firstLocal - 1, (1u << 5) | 1u, 0},
       {firstLocal, (1u << 5) | 1u, 0},
   };
   acetest::TempDir dir;
@@ -179,7 +179,17 @@ TEST_F(DosStamps, StampConversions) {
   // A stamp that names no real moment reads as 1 February 1980.
   EXPECT_EQ(FileTimeToDosStamp(DosStampToFileTime(0)), 0x00410000u);
   const FILETIME early{0, 0};
-  EXPECT_EQ(FileTimeToDosStamp(early), 0x00410000u);
+  EXPECT_EQ(FileTimeToDosStamp(early), 0x00210000u);
+  // 2107-12-31 23:59:58 local is the last stamp; 2108 is held to it.
+  const uint32_t last = ((127u << 9 | 12u << 5 | 31u) << 16) | (23u << 11 | 59u << 5 | 29u);
+  const auto lastLocal = static_cast<uint64_t>(4354819198 - offset_);
+  for (const uint64_t unixSeconds : {lastLocal, lastLocal + 2, uint64_t{7258118400}}) {
+    const uint64_t t = (unixSeconds + 11644473600ULL) * 10000000ULL;
+    EXPECT_EQ(
+        FileTimeToDosStamp(FILETIME{static_cast<uint32_t>(t), static_cast<uint32_t>(t >> 32)}),
+        last)
+        << unixSeconds;
+  }
 
   const FILETIME now = DosStampToFileTime(CurrentDosStamp());
   const int64_t nowTicks =
