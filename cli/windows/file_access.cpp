@@ -1,0 +1,49 @@
+#include "file_access.h"
+
+#include <windows.h>
+
+#include <cstdint>
+#include <random>
+
+namespace acearc {
+
+// Windows keeps read permission in access lists and share modes, so the
+// answer comes from opening the file the way the plug-in will.
+bool CanReadFile(const std::filesystem::path& path) {
+  HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                            FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return false;
+  CloseHandle(file);
+  return true;
+}
+
+// A folder opens only with backup semantics.
+bool SetModifiedTime(const std::filesystem::path& path, std::time_t seconds) {
+  HANDLE file = CreateFileW(path.c_str(), FILE_WRITE_ATTRIBUTES,
+                            FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                            OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return false;
+  const uint64_t ticks = (static_cast<uint64_t>(seconds) + 11644473600ULL) * 10000000ULL;
+  const FILETIME written{static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
+  const bool done = SetFileTime(file, nullptr, nullptr, &written) != 0;
+  CloseHandle(file);
+  return done;
+}
+
+// The folder inherits the temporary folder's access list, which on Windows
+// belongs to the user already.
+std::filesystem::path MakeTempFolder(const std::string& prefix) {
+  std::error_code ec;
+  const std::filesystem::path temp = std::filesystem::temp_directory_path(ec);
+  if (ec) return {};
+  std::random_device seed;
+  std::mt19937 draw(seed());
+  for (int attempt = 0; attempt < 100; ++attempt) {
+    const std::filesystem::path candidate = temp / (prefix + std::to_string(draw() % 1000000));
+    if (CreateDirectoryW(candidate.c_str(), nullptr)) return candidate;
+    if (GetLastError() != ERROR_ALREADY_EXISTS) return {};
+  }
+  return {};
+}
+
+}  // namespace acearc
