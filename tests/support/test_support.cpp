@@ -92,8 +92,19 @@ int64_t CurrentUtcOffset() {
 }
 
 void SetWriteTime(const std::filesystem::path& path, int64_t unixSeconds) {
+#ifdef _WIN32
+  // The C runtime's call behind std::filesystem cannot open a folder.
+  HANDLE file = CreateFileW(path.c_str(), FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ, nullptr,
+                            OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+  const uint64_t ticks = static_cast<uint64_t>(unixSeconds + 11644473600) * 10000000u;
+  const FILETIME written{static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
+  const bool done = file != INVALID_HANDLE_VALUE && SetFileTime(file, nullptr, nullptr, &written);
+  if (file != INVALID_HANDLE_VALUE) CloseHandle(file);
+  if (!done) throw std::runtime_error("cannot set the time of " + path.string());
+#else
   const std::chrono::sys_seconds moment{std::chrono::seconds(unixSeconds)};
   std::filesystem::last_write_time(path, std::chrono::file_clock::from_sys(moment));
+#endif
 }
 
 Bytes ReadFileBytes(const std::filesystem::path& path) {
