@@ -6,6 +6,7 @@
 
 #include "commands.h"
 #include "entry_format.h"
+#include "file_access.h"
 #include "file_scan.h"
 #include "interrupt.h"
 #include "plugin_session.h"
@@ -55,7 +56,7 @@ std::string NormalizePrefix(std::string& prefix) {
 // The name an item gets in the archive, as the listing gives it back.
 std::string StoredName(const ScanItem& item, const std::string& prefix, bool keepPaths) {
   std::string name = item.name;
-  if (!keepPaths) name = fs::path(name).filename().string();
+  if (!keepPaths) name = PathText(fs::path(name).filename());
   for (char& c : name) {
     if (c == '/') c = '\\';
   }
@@ -121,7 +122,7 @@ ExitCode RunAdd(const AddOptions& options, const CommonOptions& common) {
   }
   fs::path folder = fs::path(options.archive).parent_path();
   if (!folder.empty() && !fs::is_directory(folder, ec)) {
-    ReportError(progress, "cannot create " + options.archive + ": the folder " + folder.string() +
+    ReportError(progress, "cannot create " + options.archive + ": the folder " + PathText(folder) +
                               " does not exist");
     return kExitFailed;
   }

@@ -121,7 +121,8 @@ ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) 
     for (const EntryRecord& entry : entries) {
       fs::path folder = OutputPathOf(options.outputDir, entry.stored, true);
       if (entry.directory && !SetModificationTime(folder, entry.dosTime)) {
-        Warn(context, "could not set the time of " + folder.string() + ": " + std::strerror(errno));
+        Warn(context,
+             "could not set the time of " + PathText(folder) + ": " + std::strerror(errno));
       }
     }
   }

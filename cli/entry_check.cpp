@@ -120,7 +120,7 @@ std::optional<std::vector<std::string>> FindDamagedByExtracting(
   std::error_code spaceError;
   const std::filesystem::space_info space = std::filesystem::space(scratch.path(), spaceError);
   if (spaceError || space.available < total + (64u << 20)) return std::nullopt;
-  std::string output = scratch.path().string() + "/";
+  std::string output = PathText(scratch.path()) + "/";
   if (output.size() > 200) return std::nullopt;
 
   ProgressDisplay silent(OutputMode::Quiet);

@@ -7,6 +7,11 @@
 
 namespace acearc {
 
+// A path as the plug-in and the command line take it: in the ANSI code page on
+// Windows (std::filesystem would give UTF-8 there), as it is on POSIX. With
+// `generic`, "/" separates its parts.
+std::string PathText(const std::filesystem::path& path, bool generic = false);
+
 // Whether acearc may read the file, asked before the plug-in is given it.
 bool CanReadFile(const std::filesystem::path& path);
 

@@ -41,7 +41,7 @@ std::string DateWarning(const fs::path& full) {
   if (year >= 1980 && year <= 2107) return {};
   char when[32];
   std::strftime(when, sizeof when, "%Y-%m-%d %H:%M:%S", &local);
-  return full.string() + ": its date " + when +
+  return PathText(full) + ": its date " + when +
          " is outside the years 1980 to 2107 that the archive can hold; stored as " +
          (year < 1980 ? "1980-01-01 00:00:00" : "2107-12-31 23:59:58");
 }
@@ -61,15 +61,15 @@ struct Walker {
   }
 
   void Add(const fs::path& full, const std::string& name, bool isDirectory, uint64_t size) {
-    std::string stored = options.keepPaths ? name : full.string();
+    std::string stored = options.keepPaths ? name : PathText(full);
     if (!seen.insert(stored).second) return;
     std::string reason =
-        UnstorableReason(options.keepPaths ? name : full.filename().string(), isDirectory,
+        UnstorableReason(options.keepPaths ? name : PathText(full.filename()), isDirectory,
                          options.prefix.size(), options.keepPaths ? result.base.size() : 0);
     if (reason.empty() && !options.keepPaths && stored.size() > 259)
       reason = "its path is too long";
     if (!reason.empty()) {
-      result.warnings.push_back("left out " + full.string() + ": " + reason);
+      result.warnings.push_back("left out " + PathText(full) + ": " + reason);
       return;
     }
     result.items.push_back({stored, isDirectory, size});
@@ -84,18 +84,18 @@ struct Walker {
     std::error_code ec;
     fs::file_status link = fs::symlink_status(full, ec);
     if (ec || !fs::exists(link)) {
-      result.warnings.push_back("left out " + full.string() + ": no such file or directory");
+      result.warnings.push_back("left out " + PathText(full) + ": no such file or directory");
       return;
     }
     fs::file_status target = fs::is_symlink(link) ? fs::status(full, ec) : link;
     if (!name.empty() && !excluded.Selects(fs::is_directory(target) ? name + "/" : name)) return;
     if (fs::is_symlink(link)) {
       if (ec || !fs::exists(target)) {
-        result.warnings.push_back("left out " + full.string() + ": broken symbolic link");
+        result.warnings.push_back("left out " + PathText(full) + ": broken symbolic link");
         return;
       }
       if (fs::is_directory(target)) {
-        result.warnings.push_back("left out " + full.string() +
+        result.warnings.push_back("left out " + PathText(full) +
                                   ": symbolic links to directories are not followed");
         return;
       }
@@ -104,7 +104,7 @@ struct Walker {
       // A file the plug-in cannot open would end the whole operation; leave
       // it out here with a warning instead.
       if (!CanReadFile(full)) {
-        result.warnings.push_back("left out " + full.string() + ": it cannot be read");
+        result.warnings.push_back("left out " + PathText(full) + ": it cannot be read");
         return;
       }
       uint64_t size = fs::file_size(full, ec);
@@ -112,7 +112,7 @@ struct Walker {
       return;
     }
     if (!fs::is_directory(target)) {
-      result.warnings.push_back("left out " + full.string() + ": not a regular file");
+      result.warnings.push_back("left out " + PathText(full) + ": not a regular file");
       return;
     }
     if (!name.empty() && options.keepPaths) Add(full, name, true, 0);
@@ -121,7 +121,7 @@ struct Walker {
     std::vector<fs::path> children;
     fs::directory_iterator it(full, ec);
     if (ec) {
-      result.warnings.push_back("left out what " + full.string() + " holds: " + ec.message());
+      result.warnings.push_back("left out what " + PathText(full) + " holds: " + ec.message());
       return;
     }
     for (; it != fs::directory_iterator(); it.increment(ec)) {
@@ -132,7 +132,7 @@ struct Walker {
     for (const fs::path& child : children) {
       if (!options.recurse && fs::is_directory(fs::symlink_status(child, ec))) continue;
       std::string childName =
-          name.empty() ? child.filename().string() : name + "/" + child.filename().string();
+          name.empty() ? PathText(child.filename()) : name + "/" + PathText(child.filename());
       Visit(child, childName, false);
     }
   }
@@ -181,7 +181,7 @@ ScanResult ScanPaths(const std::vector<std::string>& paths, const ScanOptions& o
     roots.push_back({full, contentsOnly});
   }
   if (options.keepPaths) {
-    result.base = base.string();
+    result.base = PathText(base);
     if (result.base.empty() || result.base.back() != '/') result.base += '/';
   }
 
@@ -190,7 +190,7 @@ ScanResult ScanPaths(const std::vector<std::string>& paths, const ScanOptions& o
     walker.excludeAbsolute = fs::absolute(options.exclude).lexically_normal();
   }
   for (const Root& root : roots) {
-    std::string name = root.full.lexically_relative(base).generic_string();
+    std::string name = PathText(root.full.lexically_relative(base), true);
     if (name == ".") name.clear();
     walker.Visit(root.full, name, true);
   }

@@ -8,6 +8,10 @@
 
 namespace acearc {
 
+std::string PathText(const std::filesystem::path& path, bool generic) {
+  return generic ? path.generic_string() : path.string();
+}
+
 bool CanReadFile(const std::filesystem::path& path) { return access(path.c_str(), R_OK) == 0; }
 
 bool SetModifiedTime(const std::filesystem::path& path, std::time_t seconds) {

@@ -7,6 +7,16 @@
 
 namespace acearc {
 
+std::string PathText(const std::filesystem::path& path, bool generic) {
+  const std::wstring wide = generic ? path.generic_wstring() : path.wstring();
+  if (wide.empty()) return {};
+  const int size = static_cast<int>(wide.size());
+  const int n = WideCharToMultiByte(CP_ACP, 0, wide.data(), size, nullptr, 0, nullptr, nullptr);
+  std::string text(static_cast<size_t>(n > 0 ? n : 0), '\0');
+  WideCharToMultiByte(CP_ACP, 0, wide.data(), size, text.data(), n, nullptr, nullptr);
+  return text;
+}
+
 // Windows keeps read permission in access lists and share modes, so the
 // answer comes from opening the file the way the plug-in will.
 bool CanReadFile(const std::filesystem::path& path) {

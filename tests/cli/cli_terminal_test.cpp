@@ -30,6 +30,7 @@ class CliTerminal : public testing::Test {
 };
 
 TEST_F(CliTerminal, OverwriteQuestionIsAskedAndAnswered) {
+  ACE_POSIX_ONLY("driven through a pseudo-terminal");
   TerminalSession session({"x", "s.ace", "-o", "out"}, dir_.path());
   ASSERT_TRUE(session.WaitFor("Overwrite it with the archived one")) << session.screen();
   EXPECT_NE(session.screen().find("[y]es, [n]o, [a]ll, ne[v]er, [q]uit"), std::string::npos);
@@ -42,6 +43,7 @@ TEST_F(CliTerminal, OverwriteQuestionIsAskedAndAnswered) {
 }
 
 TEST_F(CliTerminal, QuitAtTheQuestionStopsWithFour) {
+  ACE_POSIX_ONLY("driven through a pseudo-terminal");
   TerminalSession session({"x", "s.ace", "-o", "out"}, dir_.path());
   ASSERT_TRUE(session.WaitFor("[q]uit: ")) << session.screen();
   session.Type("q\n");
@@ -52,6 +54,7 @@ TEST_F(CliTerminal, QuitAtTheQuestionStopsWithFour) {
 }
 
 TEST_F(CliTerminal, NeverKeepsEveryExistingFile) {
+  ACE_POSIX_ONLY("driven through a pseudo-terminal");
   TerminalSession session({"x", "s.ace", "-o", "out"}, dir_.path());
   ASSERT_TRUE(session.WaitFor("[q]uit: ")) << session.screen();
   session.Type("v\n");
@@ -60,6 +63,7 @@ TEST_F(CliTerminal, NeverKeepsEveryExistingFile) {
 }
 
 TEST_F(CliTerminal, ReplacingAnEntryIsAskedWhenAdding) {
+  ACE_POSIX_ONLY("driven through a pseudo-terminal");
   acetest::WriteFileText(Path("short.txt"), "a newer short.txt");
   TerminalSession session({"a", "s.ace", "short.txt"}, dir_.path());
   ASSERT_TRUE(session.WaitFor("Replace it with the file on disk")) << session.screen();
@@ -74,6 +78,7 @@ TEST_F(CliTerminal, ReplacingAnEntryIsAskedWhenAdding) {
 }
 
 TEST_F(CliTerminal, PasswordIsAskedWithoutEcho) {
+  ACE_POSIX_ONLY("driven through a pseudo-terminal");
   Json listing = ListJson(Path("s.ace"));
   const Json* entry = FindEntry(listing, "short.txt");
   ASSERT_NE(entry, nullptr);
@@ -125,6 +130,7 @@ class CliVolumes : public testing::Test {
 };
 
 TEST_F(CliVolumes, TheFolderOfAMissingVolumeIsAskedAtTheTerminal) {
+  ACE_POSIX_ONLY("driven through a pseudo-terminal");
   TerminalSession session({"x", "set.ace", "-o", "out"}, dir_.path());
   ASSERT_TRUE(session.WaitFor("Folder that holds it (Enter to look again, q to quit): "))
       << session.screen();

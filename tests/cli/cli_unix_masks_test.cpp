@@ -106,6 +106,7 @@ TEST(CliUnixMasks, AMaskThatChoosesNothingIsNamed) {
 // A stored name that holds "*" is a mask of its own to the plug-in: when it
 // would take more than was chosen, nothing happens.
 TEST(CliUnixMasks, ANameThePluginWouldTakeForAMaskChangesNothing) {
+  ACE_POSIX_ONLY("Windows names cannot hold wildcards");
   acetest::TempDir dir;
   acetest::WriteFileText(dir.path() / "a*b.txt", "star");
   acetest::WriteFileText(dir.path() / "axb.txt", "x");
