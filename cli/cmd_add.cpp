@@ -141,6 +141,17 @@ ExitCode RunAdd(const AddOptions& options, const CommonOptions& common) {
                 "the folder " + scan.base + " is too long a path (259 characters at most)");
     return kExitFailed;
   }
+  // Refused before the archive is touched: the plug-in would refuse it too,
+  // since an archive of 2 GiB or more cannot be read back.
+  for (const ScanItem& item : scan.items) {
+    if (!item.isDirectory && item.size > INT32_MAX) {
+      ReportError(progress, DisplayPath((scan.base + item.name).c_str()) + " (" +
+                                FormatBytes(item.size) + ") cannot be added: " +
+                                DescribeStatus(AR_SIZE_ERROR,
+                                               "an ACE archive holds at most 2 GiB - 1 bytes"));
+      return kExitFailed;
+    }
+  }
   if (scan.items.empty()) {
     ReportError(progress, "nothing to add to " + options.archive + " " +
                               DescribeStatus(AR_NOTHING_TO_ADD, "").substr(1));
@@ -184,7 +195,11 @@ ExitCode RunAdd(const AddOptions& options, const CommonOptions& common) {
     CheckAndSummarize(context, options.archive, scan, prefix, !options.excludePaths,
                       progress.mode() == OutputMode::Quiet);
   }
-  return FinishOperation(context, (exists ? "adding to " : "creating ") + options.archive, status);
+  std::string what = (exists ? "adding to " : "creating ") + options.archive;
+  // The file that would have pushed the archive past its size limit.
+  if (status == AR_SIZE_ERROR && !context.currentOutput.empty())
+    what = "adding " + context.currentOutput + " to " + options.archive;
+  return FinishOperation(context, what, status);
 }
 
 }  // namespace acearc

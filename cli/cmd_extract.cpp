@@ -69,15 +69,6 @@ ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) 
       ReportError(progress, "extracting " + options.archive + " failed: " + why);
       return kExitFailed;
     }
-    bool unsafe = false;
-    for (const EntryRecord& entry : entries) {
-      if (!IsSafeEntryName(entry.stored, options.restorePaths)) {
-        ReportError(progress, "refusing to extract " + entry.name +
-                                  ": it would be written outside " + options.outputDir);
-        unsafe = true;
-      }
-    }
-    if (unsafe) return kExitFailed;
     std::error_code ec;
     fs::create_directories(options.outputDir, ec);
     if (ec) {
@@ -103,6 +94,9 @@ ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) 
     status = GetArchiveStatus();
     progress.Clear();
   }
+  // The plug-in left out entries whose names cannot be written safely and
+  // named each in a warning; the others are extracted, so this is a warning.
+  if (status == AR_BAD_DIR_NAME && context.warnings > 0) status = AR_OK;
 
   // Without paths a directory entry is no more than a name; the library still
   // makes a folder of that name, which the host takes away again.
@@ -110,17 +104,19 @@ ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) 
     std::error_code ec;
     if (fs::is_directory(folder, ec) && fs::is_empty(folder, ec)) fs::remove(folder, ec);
   }
-  // Empty directories have no file to make them; the host makes them, and
-  // then gives every folder its time, as nothing more is made inside it.
+  // Empty directories have no file to make them; the host makes them (not
+  // those the plug-in left out), and then gives every folder its time, as
+  // nothing more is made inside it.
   if (status == AR_OK && options.restorePaths) {
     for (const EntryRecord& entry : entries) {
       std::error_code ec;
-      if (entry.directory)
+      if (entry.directory && MayMakeFolder(options.outputDir, entry.stored))
         fs::create_directories(OutputPathOf(options.outputDir, entry.stored, true), ec);
     }
     for (const EntryRecord& entry : entries) {
+      if (!entry.directory || !MayMakeFolder(options.outputDir, entry.stored)) continue;
       fs::path folder = OutputPathOf(options.outputDir, entry.stored, true);
-      if (entry.directory && !SetModificationTime(folder, entry.dosTime)) {
+      if (!SetModificationTime(folder, entry.dosTime)) {
         Warn(context,
              "could not set the time of " + PathText(folder) + ": " + std::strerror(errno));
       }

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "commands.h"
+#include "entry_check.h"
 #include "entry_format.h"
 #include "entry_select.h"
 #include "json_writer.h"
@@ -154,7 +155,7 @@ void PrintJson(const std::string& archive, const Listing& listing, uint16_t stat
       json.Key("type");
       json.String(directory ? "directory" : "file");
       json.Key("name");
-      json.String(DisplayName(e->Name));
+      json.String(SlashedName(e->Name));
       json.Key("stored_name");
       json.String(e->Name);
       json.Key("size");
@@ -284,6 +285,16 @@ ExitCode RunList(const ListOptions& options, const CommonOptions& common) {
                               " entries: " + DescribeStatus(status));
     return ExitCodeForStatus(status);
   }
+  // Testing and extracting refuse such a header as damaged; the listing says so too.
+  bool nul = false;
+  for (const ArcFileEntry* e : listing.entries) {
+    if (!NameHoldsNul(*e)) continue;
+    ReportError(progress, DisplayName(e->Name) +
+                              "\\x00...: the stored name goes on after a NUL byte: " +
+                              DescribeStatus(AR_BAD_HEADER));
+    nul = true;
+  }
+  if (nul) return kExitDamaged;
   std::vector<std::string> unused = filter.Unused();
   for (const std::string& mask : unused) {
     progress.Message("acearc: warning: no entry of " + options.archive + " matches " + mask);

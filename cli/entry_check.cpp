@@ -1,6 +1,8 @@
 #include "entry_check.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
 #include "crc32.h"
 #include "entry_format.h"
@@ -63,6 +65,12 @@ std::vector<EntryRecord> RecordsOf(const EntryList& list) {
   return records;
 }
 
+bool NameHoldsNul(const ArcFileEntry& entry) {
+  constexpr size_t kListedName = 271;  // longer names are cut by the listing
+  const size_t kept = std::strlen(entry.Name);
+  return entry.IsFile && kept < std::min<size_t>(entry.NameLength, kListedName);
+}
+
 bool IsSafeEntryName(const std::string& stored, bool restorePaths) {
   std::vector<std::string> parts = SplitStored(stored);
   while (parts.size() > 1 && parts.back().empty()) parts.pop_back();  // "dir\"
@@ -76,8 +84,27 @@ bool IsSafeEntryName(const std::string& stored, bool restorePaths) {
   return !(parts.size() == 1 && (parts[0].empty() || parts[0] == "."));
 }
 
+bool MayMakeFolder(const fs::path& root, const std::string& stored) {
+  if (!IsSafeEntryName(stored, true)) return false;
+  fs::path path = root;
+  for (const std::string& part : SplitStored(OutputPathOf({}, stored, true).string())) {
+    if (part == ".") return false;
+    if (part.empty()) continue;
+    path /= part;
+    std::error_code ec;
+    if (fs::is_symlink(path, ec)) return false;
+  }
+  return true;
+}
+
 fs::path OutputPathOf(const fs::path& root, const std::string& stored, bool restorePaths) {
   std::vector<std::string> parts = SplitStored(stored);
+  // Control characters reach the disk as "_", as the plug-in writes them.
+  for (std::string& part : parts) {
+    for (char& c : part) {
+      if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '_';
+    }
+  }
   while (parts.size() > 1 && parts.back().empty()) parts.pop_back();
   if (!restorePaths) return root / parts.back();
   fs::path out = root;

@@ -28,10 +28,19 @@ struct EntryRecord {
 // File and directory entries of a list (recovery records are left out).
 std::vector<EntryRecord> RecordsOf(const EntryList& list);
 
+// Whether a listed file entry's stored name holds a NUL: the listing keeps
+// the name up to it, and the rest is lost to every file system.
+bool NameHoldsNul(const ArcFileEntry& entry);
+
 // False for a name that would be written outside the output folder: an
 // absolute name, a drive, or a ".." part. Without paths only the final part
 // counts.
 bool IsSafeEntryName(const std::string& stored, bool restorePaths);
+
+// Whether the host may make, and give its time to, the folder of a directory
+// entry below `root`: one the plug-in would not leave out for its name (a
+// way outside, a "." part) or for a symbolic link on the way.
+bool MayMakeFolder(const std::filesystem::path& root, const std::string& stored);
 
 // Where extraction writes an entry below `root`.
 std::filesystem::path OutputPathOf(const std::filesystem::path& root, const std::string& stored,

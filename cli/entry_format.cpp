@@ -9,13 +9,36 @@ namespace acearc {
 
 uint64_t ToUInt64(AceUInt64 value) { return (static_cast<uint64_t>(value.High) << 32) | value.Low; }
 
-std::string DisplayName(const char* storedName) {
+std::string EscapeControls(std::string_view text) {
+  std::string shown;
+  shown.reserve(text.size());
+  for (size_t i = 0; i < text.size(); ++i) {
+    const auto c = static_cast<unsigned char>(text[i]);
+    const auto next = i + 1 < text.size() ? static_cast<unsigned char>(text[i + 1]) : 0u;
+    char escape[8];
+    if (c < 0x20 || c == 0x7F) {
+      std::snprintf(escape, sizeof escape, "\\x%02x", c);
+    } else if (c == 0xC2 && next >= 0x80 && next <= 0x9F) {
+      std::snprintf(escape, sizeof escape, "\\u%04x", next);
+      ++i;
+    } else {
+      shown.push_back(static_cast<char>(c));
+      continue;
+    }
+    shown += escape;
+  }
+  return shown;
+}
+
+std::string SlashedName(const char* storedName) {
   std::string name = storedName;
   for (char& c : name) {
     if (c == '\\') c = '/';
   }
   return name;
 }
+
+std::string DisplayName(const char* storedName) { return EscapeControls(SlashedName(storedName)); }
 
 std::string DisplayPath(const char* path) {
   std::string shown;
@@ -24,7 +47,7 @@ std::string DisplayPath(const char* path) {
     if (c == '/' && !shown.empty() && shown.back() == '/') continue;
     shown.push_back(c);
   }
-  return shown;
+  return EscapeControls(shown);
 }
 
 std::string FormatDosTime(uint32_t dosTime, bool iso) {

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "aceplug/aceplug.h"
 
@@ -10,11 +11,20 @@ namespace acearc {
 
 uint64_t ToUInt64(AceUInt64 value);
 
-// A stored name as the user sees it: "/" between directories.
+// Text made safe for a terminal: control characters become escapes, so that
+// a name from an archive cannot move the cursor or change the screen. Bytes
+// below 0x20 and 0x7F show as "\x1b", the C1 controls U+0080..U+009F as
+// "\u009b"; names never hold "\" (it separates directories), so an escape
+// cannot be mistaken for a name.
+std::string EscapeControls(std::string_view text);
+
+// A stored name with "/" between directories, unescaped (for --json).
+std::string SlashedName(const char* storedName);
+// A stored name as the user sees it: "/" between directories, escaped.
 std::string DisplayName(const char* storedName);
 
 // A path on disk as the plug-in built it ("out/\docs\a.txt") as the user
-// would write it ("out/docs/a.txt").
+// would write it ("out/docs/a.txt"), escaped.
 std::string DisplayPath(const char* path);
 
 // DOS stamp (time word low, date word high) as "1996-09-01 00:00:00"; with

@@ -59,7 +59,13 @@ int32_t ACEPLUG_CALL OnSignal(AceContext context, uint32_t totalLow, uint32_t to
   return 0;
 }
 
-int32_t ACEPLUG_CALL OnWarning(AceContext, const char*) { return 0; }
+// The plug-in names each entry it leaves out: "refusing to extract NAME: why".
+int32_t ACEPLUG_CALL OnWarning(AceContext context, const char* text) {
+  HostContext* host = From(context);
+  if (host == nullptr || text == nullptr) return 0;  // a registration kept from an earlier archive
+  Warn(*host, DisplayName(text));
+  return 0;
+}
 
 int32_t ACEPLUG_CALL OnNextDisk(AceContext context, char* directory, int32_t, int32_t volume,
                                 int32_t) {
@@ -96,6 +102,7 @@ int32_t ACEPLUG_CALL OnFileName(AceContext context, const char* path, const char
     default:
       // Adding, deleting and the unpacking of a solid rebuild: the name in
       // the archive is what the user knows.
+      host->currentOutput = DisplayPath(path ? path : "");
       host->progress.StartFile(WithoutLeadingBackslash(host->unpacking ? path : shownName));
       break;
   }
@@ -121,7 +128,7 @@ int32_t ACEPLUG_CALL OnSkipFile(AceContext context, const char* path) {
 
 int32_t ACEPLUG_CALL OnCryptKey(AceContext context, char* buffer, const char* name, int32_t) {
   HostContext* host = From(context);
-  std::string entry = name ? name : "";
+  std::string entry = DisplayName(name ? name : "");
   if (!host->answers.password) {
     if (!host->answers.canAsk) {
       host->stop = StopReason::PasswordNeeded;

@@ -48,8 +48,9 @@ struct HostContext {
   int warnings = 0;
 
   // Extraction: the entry in hand and its output name (from the file-name
-  // callback); the stored names that were not written because a file of that
-  // name was kept; the stored names the plug-in took up.
+  // callback; adding: the file in hand); the stored names that were not
+  // written because a file of that name was kept; the stored names the
+  // plug-in took up.
   std::string currentEntry;
   std::string currentOutput;
   std::set<std::string> keptExisting;

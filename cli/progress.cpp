@@ -68,9 +68,9 @@ void ProgressDisplay::SetTotal(uint64_t total) {
 }
 
 void ProgressDisplay::StartFile(const std::string& name) {
-  file_ = name;
+  file_ = EscapeControls(name);
   filePercent_ = 0;
-  if (mode_ == OutputMode::Plain) Emit(verb_ + " " + name + "\n");
+  if (mode_ == OutputMode::Plain) Emit(verb_ + " " + file_ + "\n");
   Draw(false);
 }
 
@@ -82,7 +82,8 @@ void ProgressDisplay::Advance(uint64_t bytes, int percent) {
 
 void ProgressDisplay::Message(const std::string& line) {
   Clear();
-  Emit(line + "\n");
+  // Names in messages may come from archives or disks; escaping again is harmless.
+  Emit(EscapeControls(line) + "\n");
 }
 
 void ProgressDisplay::Clear() {

@@ -241,7 +241,8 @@ bool Operation::Selected(const EntryHeader& entry) const {
 
 void Operation::DescribeFile(const EntryHeader& entry) {
   sourceName_ = AnsiName(entry.Name);
-  const std::string relative = request_.excludePath ? BaseNameOf(sourceName_) : sourceName_;
+  std::string relative = request_.excludePath ? BaseNameOf(sourceName_) : sourceName_;
+  ReplaceControlCharacters(relative);
   destinationName_ = destinationDir_;
   if (!destinationName_.empty() && destinationName_.back() != '\\' &&
       destinationName_.back() != '/') {
@@ -440,7 +441,7 @@ bool Operation::Process(const EntryHeader& entry, bool selected) {
   if (selected && op == ACE_CALLBACK_OPERATION_EXTRACT) {
     const char* chosen = notifier_.file.DestinationFileName;
     const std::string target = chosen != nullptr ? chosen : "";
-    if (!IsInsideDestination(destinationDir_, target)) {
+    if (CheckOutputName(destinationDir_, target, entry.IsDirectory()) != OutputProblem::kNone) {
       if (Fail(ACE_CALLBACK_TYPE_ARCHIVEDFILE, ACE_CALLBACK_ERROR_OPEN)) return false;
       return CarriesHistory(entry) ? Unpack(entry, false, nullptr) : SkipContinuation(entry);
     }

@@ -1,5 +1,6 @@
 #include "unace/output_file.h"
 
+#include <algorithm>
 #include <vector>
 
 namespace ace::unace {
@@ -24,27 +25,23 @@ bool Exists(const std::string& path) {
 
 }  // namespace
 
-bool IsInsideDestination(const std::string& destinationDir, const std::string& outputName) {
+OutputProblem CheckOutputName(const std::string& destinationDir, const std::string& outputName,
+                              bool directory) {
   const std::string dest = Backslashed(destinationDir);
   std::string rest = Backslashed(outputName);
   if (!dest.empty()) {
-    if (rest.compare(0, dest.size(), dest) != 0) return false;
+    if (rest.compare(0, dest.size(), dest) != 0) return OutputProblem::kOutside;
     rest.erase(0, dest.size());
     if (dest.back() != '\\') {
-      if (rest.empty() || rest[0] != '\\') return false;
+      if (rest.empty() || rest[0] != '\\') return OutputProblem::kOutside;
       rest.erase(0, 1);
     }
   }
-  if (rest.empty() || rest[0] == '\\') return false;
-  if (rest.size() >= 2 && rest[1] == ':') return false;
-  size_t start = 0;
-  while (start <= rest.size()) {
-    size_t end = rest.find('\\', start);
-    if (end == std::string::npos) end = rest.size();
-    if (rest.compare(start, end - start, "..") == 0 && end - start == 2) return false;
-    start = end + 1;
-  }
-  return true;
+  // A file needs a name of its own; a directory may be the destination itself.
+  if (rest.empty() && !directory) return OutputProblem::kOutside;
+  const OutputProblem problem = CheckRelativeName(rest);
+  if (problem != OutputProblem::kNone) return problem;
+  return CheckNoLinks(dest, rest, directory);
 }
 
 bool MakeDirectories(const std::string& path) {
@@ -80,10 +77,17 @@ OutputFile::~OutputFile() { Discard(); }
 bool OutputFile::Create(const std::string& target) {
   Discard();
   target_ = target;
+  // The temporary name keeps to the platform's length of a name: a long
+  // final name is cut before the suffix.
+  const size_t sep = Backslashed(target).rfind('\\');
+  const size_t nameStart = sep == std::string::npos ? 0 : sep + 1;
+  constexpr size_t kSuffixRoom = 12;  // ".$UN" and the attempt number
+  const std::string stem =
+      target.substr(0, nameStart + std::min(target.size() - nameStart, kMaxNamePart - kSuffixRoom));
   for (int attempt = 0; attempt < 1000; ++attempt) {
-    temp_ = target + ".$UN" + (attempt == 0 ? std::string() : std::to_string(attempt));
-    handle_ =
-        CreateFileA(temp_.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_NEW, 0, nullptr);
+    temp_ = stem + ".$UN" + (attempt == 0 ? std::string() : std::to_string(attempt));
+    handle_ = CreateFileA(temp_.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_NEW,
+                          FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
     if (handle_ != INVALID_HANDLE_VALUE) return true;
     if (!Exists(temp_)) break;
   }

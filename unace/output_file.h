@@ -7,14 +7,17 @@
 #include <cstdint>
 #include <string>
 
+#include "fs/output_guard.h"
 #include "platform/win32.h"
 
 namespace ace::unace {
 
-// True when `outputName` lies inside `destinationDir`: it begins with it and
-// the rest is a relative path without ".." parts or a drive. An empty
-// destination only admits such relative names.
-bool IsInsideDestination(const std::string& destinationDir, const std::string& outputName);
+// kNone when `outputName` may be written: it begins with `destinationDir`,
+// the rest is a relative name that the output-name checks accept, and no
+// folder on the way below the destination is a symbolic link. An empty
+// destination only admits relative names.
+OutputProblem CheckOutputName(const std::string& destinationDir, const std::string& outputName,
+                              bool directory);
 
 // Creates every missing directory of `path` (its last part too). Paths may
 // use "\" or "/". False when one cannot be created or a file is in the way.
@@ -31,7 +34,8 @@ class OutputFile {
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
 
-  // Creates a fresh temporary file beside `target`. False when it cannot.
+  // Creates a fresh temporary file beside `target`, never through a symbolic
+  // link. False when it cannot.
   bool Create(const std::string& target);
   WriteResult Write(const void* data, uint32_t size);
   // Gives the file its DOS stamp (local time), replaces whatever `target`

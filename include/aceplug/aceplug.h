@@ -19,8 +19,10 @@
  *   callback context values) are pointer-sized, so the records that hold
  *   pointers grow accordingly; records without pointers keep their size.
  * - Texts longer than their fields are cut to the field (always
- *   NUL-terminated); nothing is ever written outside a field. A null pointer
- *   given for a text or a record leaves AR_IO_ERROR and changes nothing.
+ *   NUL-terminated); nothing is ever written outside a field. An archive
+ *   path is the exception: one that does not fit is refused (AR_IO_ERROR),
+ *   since a cut one would name another file. A null pointer given for a
+ *   text or a record leaves AR_IO_ERROR and changes nothing.
  */
 #ifndef ACEPLUG_ACEPLUG_H
 #define ACEPLUG_ACEPLUG_H
@@ -57,23 +59,32 @@ extern "C" {
 /* ---- status codes (read with GetArchiveStatus) ---- */
 enum {
   AR_OK = 0,
-  AR_FILE_NOT_FOUND = 2,     /* archive missing; extraction library missing or incomplete */
-  AR_IO_ERROR = 5,           /* open, read, write or seek failed */
-  AR_SIZE_ERROR = 6,         /* the archive's size could not be read */
+  AR_FILE_NOT_FOUND = 2, /* archive missing; extraction library missing or incomplete */
+  AR_IO_ERROR = 5,       /* open, read, write or seek failed */
+  /* A size past the format's 32-bit fields: an archive of 2 GiB or more
+     (InitArcFile; also when its size cannot be read), or a file to add that
+     the archive could not hold stored as it is, 2 GiB - 1 bytes in all (the
+     file is refused before any of it is written). */
+  AR_SIZE_ERROR = 6,
   AR_NO_MEMORY = 8,          /* an allocation failed; unsupported dictionary size */
   AR_DISK_FULL = 101,        /* a write stored fewer bytes than asked */
   AR_ABORTED = 2926,         /* the host asked to stop */
   AR_TEMP_DIR_FAILED = 8902, /* a temporary working directory could not be made */
   AR_UNPACK_FAILED = 8903,   /* unpacking into the working directory ran out of space */
   AR_DIR_EXISTS = 8904,      /* CreateDirectoryArc: the directory entry exists */
-  AR_BAD_DIR_NAME = 8906,    /* CreateDirectoryArc: forbidden character or device name */
-  AR_ARCHIVE_ERROR = 9009,   /* archive error reported by the extraction library (CRC) */
-  AR_LOCKED = 9954,          /* the archive is locked against changes */
-  AR_UNSUPPORTED = 9960,     /* unsupported archive version or entry */
-  AR_BAD_HEADER = 9964,      /* a header of an unknown type */
-  AR_NOTHING_TO_ADD = 9967,  /* creating an archive from an empty list */
-  AR_NOT_ACE = 9976,         /* not an ACE archive */
-  AR_NOT_SUPPORTED = 32770   /* a stub export */
+  /* CreateDirectoryArc: forbidden character or device name. Extraction: an
+     entry was left out because its name cannot be written safely (it leads
+     outside the output folder, has a "." part, is too long, or a folder on
+     its way is a symbolic link); the warning procedure named each, and the
+     other entries were extracted. Control characters in names become "_". */
+  AR_BAD_DIR_NAME = 8906,
+  AR_ARCHIVE_ERROR = 9009,  /* archive error reported by the extraction library (CRC) */
+  AR_LOCKED = 9954,         /* the archive is locked against changes */
+  AR_UNSUPPORTED = 9960,    /* unsupported archive version or entry */
+  AR_BAD_HEADER = 9964,     /* a header of an unknown type */
+  AR_NOTHING_TO_ADD = 9967, /* creating an archive from an empty list */
+  AR_NOT_ACE = 9976,        /* not an ACE archive */
+  AR_NOT_SUPPORTED = 32770  /* a stub export */
 };
 
 /* Host-chosen value handed back unchanged as the first callback argument. */
@@ -232,6 +243,8 @@ typedef struct MainCommentInfo {
 /* ---- callbacks ---- */
 typedef int32_t(ACEPLUG_CALL* AceSignalProc)(AceContext context, uint32_t totalLow,
                                              uint32_t totalHigh, int32_t code);
+/* Called during extraction for each entry left out for its name:
+   "refusing to extract NAME: REASON". */
 typedef int32_t(ACEPLUG_CALL* AceWarningProc)(AceContext context, const char* text);
 typedef int32_t(ACEPLUG_CALL* AceNextDiskProc)(AceContext context, char* directory, int32_t zero,
                                                int32_t volume, int32_t volumeAgain);

@@ -1,4 +1,5 @@
 #include <cstring>
+#include <string>
 
 #include "extract/unace_driver.h"
 #include "fs/file_layer.h"
@@ -199,13 +200,22 @@ int UNACE_CALL UnAceStateCallback(AceCallbackRecord* record) {
   if (record->StructureType == ACE_CALLBACK_TYPE_ARCHIVEDFILE &&
       record->Code == ACE_CALLBACK_STATE_STARTFILE) {
     AceFileData* file = record->FileData;
+    file->DestinationFileName = d.OutputName;
     if (record->Operation == ACE_CALLBACK_OPERATION_EXTRACT) {
-      BuildOutputName(file->SourceFileName, d.OutputName);
+      const char* name = file->SourceFileName != nullptr ? file->SourceFileName : "";
+      const OutputProblem problem =
+          BuildOutputName(name, d.OutputName, (file->Attributes & FILE_ATTRIBUTE_DIRECTORY) != 0);
+      if (problem != OutputProblem::kNone) {
+        // Left out, and the rest goes on; the status says so at the end.
+        d.RefusedOutput = true;
+        CallWarning((std::string("refusing to extract ") + name + ": " + OutputProblemText(problem))
+                        .c_str());
+        return ACE_CALLBACK_RETURN_NO;
+      }
       char shown[kUnAceTextBuffer + 1] = "\\";
-      AppendText(shown, sizeof shown, file->SourceFileName != nullptr ? file->SourceFileName : "");
+      AppendText(shown, sizeof shown, name);
       CallFileName(shown, d.OutputName);
     }
-    file->DestinationFileName = d.OutputName;
     return ACE_CALLBACK_RETURN_OK;
   }
   if (record->StructureType == ACE_CALLBACK_TYPE_PROGRESS &&

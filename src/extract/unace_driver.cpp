@@ -94,6 +94,7 @@ void RunUnAce(const FileMaskList* masks) {
     return;
   }
   d.ProgressBaseline = 0;
+  d.RefusedOutput = false;
 
   if (s.IsTesting == 1) {
     AceTestStruc test{};
@@ -111,6 +112,9 @@ void RunUnAce(const FileMaskList* masks) {
     extract.ExcludePath = 0;
     extract.DecryptPassword = kEmpty;
     library.Extract(s.ArchivePath, &extract);
+    // Entries left out for their names fail the operation only when nothing
+    // worse did; the warning procedure named each.
+    if (d.RefusedOutput) SetStatusIfClear(AR_BAD_DIR_NAME);
   }
   UnloadUnAce(&library);
   ForgetFileList();

@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "aceplug/aceplug.h"
+#include "fs/output_guard.h"
 #include "unace/unacev2.h"
 
 namespace ace {
@@ -21,6 +22,11 @@ struct UnAceDriverState {
   char VolumePath[kUnAceTextBuffer] = {};
   char Password[kUnAceTextBuffer] = {};
   char OutputName[kUnAceTextBuffer] = {};
+  // An entry was left out because its name could not be written safely.
+  bool RefusedOutput = false;
+  // Set by the solid rebuild around its unpacking: names keep their control
+  // characters, since they go back into the archive.
+  bool KeepControlCharacters = false;
 };
 UnAceDriverState& DriverState();
 
@@ -35,9 +41,11 @@ void RunUnAce(const FileMaskList* masks);
 int BuildUnAceFileList(const FileMaskList* masks);
 
 // The output file name of an archived entry under OutputPath, following
-// RestorePaths and RelativePath. False (and an empty target) when the result
-// does not fit the kUnAceTextBuffer-byte target.
-bool BuildOutputName(const char* archivedName, char* target);
+// RestorePaths and RelativePath, with control characters replaced. A name
+// that would leave OutputPath, has a "." part, does not fit the
+// kUnAceTextBuffer-byte target or passes a symbolic link gives its problem
+// and an empty target.
+OutputProblem BuildOutputName(const char* archivedName, char* target, bool directory = false);
 
 // The three questions relayed to the host. Each answers the library
 // (ACE_CALLBACK_RETURN_...) and leaves 2926 when the host cancels.

@@ -111,12 +111,16 @@ void OpenExistingArchive(const char* path) {
   }
   s.ArchiveHandle = file;
 
+  // Positions are 32-bit: a larger archive would be read as another file.
   int32_t position = 0;
   int32_t length = 0;
-  if (!FindMainHeader(file, &position, &length)) {
+  const bool tooLarge = FileSize64(file) > INT32_MAX;
+  if (tooLarge || !FindMainHeader(file, &position, &length)) {
     FileClose(file);
     s.ArchiveHandle = kNoFile;
-    SetStatus(AR_NOT_ACE);
+    // The size or read error of the search says more than "not an archive".
+    if (tooLarge) SetStatus(AR_SIZE_ERROR);
+    SetStatusIfClear(AR_NOT_ACE);
     return;
   }
   int32_t first = 0;

@@ -10,10 +10,10 @@ namespace ace {
 
 // The part of InitArcFile that follows the open reset. Leaves the status:
 // 2 when `path` is not an existing file (IsNewArchive := 1), 5 when it cannot
-// be opened (or its name does not fit ArchivePath), 9976 when no main header is
-// found, else 0 with ArchivePath set (or 5/6 from a failed read in the
-// first-header search). When no file header is found the walks start right
-// after the main header, so an archive of only a main header lists as empty.
+// be opened (or its name does not fit ArchivePath), 6 when it is 2 GiB or
+// larger or its size cannot be read, 5 when a search cannot read it, 9976 when
+// no main header is found, else 0 with ArchivePath set. When no file header is found the walks
+// start right after the main header, so an archive of only a main header lists as empty.
 void OpenExistingArchive(const char* path);
 
 // Searches the first 61,440 bytes of `file` for the main header and records

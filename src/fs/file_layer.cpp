@@ -72,8 +72,16 @@ int32_t FileSeek(FileHandle file, int32_t offset, int origin) {
 int32_t FileTell(FileHandle file) { return FileSeek(file, 0, 1); }
 
 int32_t FileSize(FileHandle file) {
+  const int64_t size = FileSize64(file);
+  return size > INT32_MAX ? -1 : static_cast<int32_t>(size);
+}
+
+int64_t FileSize64(FileHandle file) {
   SetLastError(NO_ERROR);
-  return PositionOrFailure(GetFileSize(file, nullptr));
+  DWORD high = 0;
+  const DWORD low = GetFileSize(file, &high);
+  if (low == INVALID_FILE_ATTRIBUTES && GetLastError() != NO_ERROR) return -1;
+  return static_cast<int64_t>((static_cast<uint64_t>(high) << 32) | low);
 }
 
 int FileDelete(const char* path) { return DeleteFileA(path) ? 1 : 0; }

@@ -1,5 +1,6 @@
 // The thin file layer every file access goes through: 32-bit positions and
-// sizes, -1 for failure. It never touches the status word; callers decide.
+// sizes (archives stay below 2 GiB), -1 for failure. It never touches the
+// status word; callers decide.
 #pragma once
 
 #include <cstdint>
@@ -20,8 +21,11 @@ int32_t FileRead(void* buffer, int32_t count, FileHandle file);         // 0 at 
 int32_t FileWrite(const void* buffer, int32_t count, FileHandle file);  // -1 failure
 int32_t FileSeek(FileHandle file, int32_t offset, int origin);          // new position or -1
 int32_t FileTell(FileHandle file);
+// -1 also for a size past 2 GiB - 1, which no 32-bit position reaches: a
+// wrapped size would read or store another file than the one on disk.
 int32_t FileSize(FileHandle file);
-int FileDelete(const char* path);  // nonzero on success
+int64_t FileSize64(FileHandle file);  // the whole size, or -1
+int FileDelete(const char* path);     // nonzero on success
 
 // Attributes and existence.
 int IsExistingFile(const char* path);                   // exists and is not a directory

@@ -15,6 +15,11 @@ void CallFileName(const char* path, const char* shownName) {
   if (slot) slot.proc(slot.context, path, shownName);
 }
 
+void CallWarning(const char* text) {
+  const auto& slot = State().warning;
+  if (slot) slot.proc(slot.context, text);
+}
+
 int32_t CallProgress(int32_t percent, int32_t step) {
   const auto& slot = State().progress;
   return slot ? slot.proc(slot.context, percent, step) : 1;

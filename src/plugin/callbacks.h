@@ -13,6 +13,8 @@ namespace ace {
 void CallSignal(uint64_t total, int32_t code);
 // Reports the file about to be processed.
 void CallFileName(const char* path, const char* shownName);
+// Tells the host of something left out, in words: "refusing to extract ..".
+void CallWarning(const char* text);
 // Nonzero to go on, 0 to stop; 1 when no procedure is set.
 int32_t CallProgress(int32_t percent, int32_t step);
 // 0 to replace, 1 to keep, 2 to stop; 0 (replace) when no procedure is set.

@@ -43,15 +43,15 @@ ACEPLUG_API void ACEPLUG_CALL CreateArcFile(const char* path) {
   SetStatus(AR_OK);
   InitArcFile(path);
   PluginState& s = State();
-  // InitArcFile marks every path that is not an existing file as new.
-  if (s.IsNewArchive == 0) {
+  // InitArcFile marks every path that is not an existing file as new. A path
+  // longer than the field is refused: cut, it would name another file.
+  if (s.IsNewArchive == 0 || !CopyText(s.ArchivePath, sizeof s.ArchivePath, path)) {
     ReleaseCommentBuffers();
     FullReset();
     SetStatus(AR_IO_ERROR);
     return;
   }
   SetStatus(AR_OK);
-  CopyText(s.ArchivePath, sizeof s.ArchivePath, path);
   s.IsNewArchive = 1;
 }
 

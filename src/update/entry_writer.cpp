@@ -46,10 +46,21 @@ FileHeaderFixed BaseHeader(uint16_t flags, uint32_t stamp, uint32_t attributes) 
 
 // Writes a file header at the target's position. Unlike the bare header
 // writer this checks the write, so a full disk surfaces here and not as a
-// damaged entry later: -1 fails with 5, a short write with 101.
-bool WriteHeaderChecked(const char* archiveName, FileHeaderFixed& header) {
+// damaged entry later: -1 fails with 5, a short write with 101. Before that
+// the header and `dataSize` bytes after it must fit below 2 GiB, the most
+// that 32-bit positions reach; else nothing is written and the status is 6.
+bool WriteHeaderChecked(const char* archiveName, FileHeaderFixed& header, uint64_t dataSize = 0) {
   uint8_t bytes[kMaxFileHeaderSize];
   const size_t length = BuildFileHeader(archiveName, header, bytes);
+  const int32_t position = FileTell(State().TargetHandle);
+  if (position < 0) {
+    SetStatus(AR_IO_ERROR);
+    return false;
+  }
+  if (static_cast<uint64_t>(position) + length + dataSize > INT32_MAX) {
+    SetStatus(AR_SIZE_ERROR);
+    return false;
+  }
   const int32_t written = FileWrite(bytes, static_cast<int32_t>(length), State().TargetHandle);
   if (written < 0) {
     SetStatus(AR_IO_ERROR);
@@ -121,8 +132,13 @@ int WriteCompressedEntry(const char* diskPath, const char* archiveName, uint32_t
   if (s.SourceHandle == kNoFile) return Fail(AR_IO_ERROR);
   uint32_t stamp = 0;
   if (GetFileDosStamp(s.SourceHandle, &stamp) != 0) return Fail(AR_IO_ERROR);
-  const int32_t size = FileSize(s.SourceHandle);
-  if (size < 0) return Fail(AR_IO_ERROR);
+  const int64_t wholeSize = FileSize64(s.SourceHandle);
+  if (wholeSize < 0) return Fail(AR_IO_ERROR);
+  // A file is taken only when the archive could hold it stored as it is, the
+  // worst case the fallback below may need: one past 2 GiB - 1 never fits,
+  // and the header writer checks the rest before anything is written.
+  if (wholeSize > INT32_MAX) return Fail(AR_SIZE_ERROR);
+  const auto size = static_cast<int32_t>(wholeSize);
   const uint16_t runFlags = solid ? flagBits : 0;
 
   if (size == 0) {
@@ -138,7 +154,7 @@ int WriteCompressedEntry(const char* diskPath, const char* archiveName, uint32_t
   FileHeaderFixed h = BaseHeader(static_cast<uint16_t>(kFlagAddSize | runFlags), stamp, attributes);
   h.TechType = kTechLz77;
   h.OrigSize = static_cast<uint32_t>(size);
-  if (!WriteHeaderChecked(archiveName, h)) return CloseSource(0);
+  if (!WriteHeaderChecked(archiveName, h, static_cast<uint64_t>(size))) return CloseSource(0);
   const int32_t p1 = FileTell(s.TargetHandle);
   if (p1 < 0) return Fail(AR_IO_ERROR);
 
@@ -162,7 +178,7 @@ int WriteCompressedEntry(const char* diskPath, const char* archiveName, uint32_t
   }
 
   if (FileSeek(s.TargetHandle, p0, 0) < 0) return Fail(AR_IO_ERROR);
-  if (!WriteHeaderChecked(archiveName, h)) return CloseSource(0);
+  if (!WriteHeaderChecked(archiveName, h, h.PackSize)) return CloseSource(0);
   CloseSource(0);
 
   if (!stored) {

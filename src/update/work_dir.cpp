@@ -1,5 +1,8 @@
 #include "update/work_dir.h"
 
+#include <cstring>
+
+#include "extract/unace_driver.h"
 #include "fs/masks.h"
 #include "fs/path_ops.h"
 #include "fs/temp_names.h"
@@ -26,7 +29,10 @@ bool WorkDir::Create() {
       AddTrailingBackslash(temp, s.TempPath);
     }
   }
-  if (!MakeTempDirName(path_, sizeof path_) || !CreateDirectoryA(path_, nullptr)) {
+  // The folder becomes OutputPath, which must hold it whole with its
+  // backslash: a cut name would unpack somewhere else.
+  if (!MakeTempDirName(path_, sizeof path_) || std::strlen(path_) + 2 > sizeof s.OutputPath ||
+      !CreateDirectoryA(path_, nullptr)) {
     SetStatus(AR_TEMP_DIR_FAILED);
     return false;
   }
@@ -43,7 +49,9 @@ bool WorkDir::Unpack() {
   if (!AppendMask("*.*", &all)) return false;
   const int32_t restore = s.Decomp.RestorePaths;
   s.Decomp.RestorePaths = 1;
+  DriverState().KeepControlCharacters = true;
   ExtractFileMaskListArc(&all);
+  DriverState().KeepControlCharacters = false;
   s.Decomp.RestorePaths = restore;
   DoneMaskList(&all);
   if (s.Status == AR_DISK_FULL) s.Status = AR_UNPACK_FAILED;

@@ -46,7 +46,7 @@ TEST_P(OutputNames, Build) {
   SetRelativePath(c.relative);
   char target[ace::kUnAceTextBuffer];
   std::memset(target, 'x', sizeof target);
-  EXPECT_TRUE(ace::BuildOutputName(c.stored, target));
+  EXPECT_EQ(ace::BuildOutputName(c.stored, target), ace::OutputProblem::kNone);
   EXPECT_STREQ(target, c.expected);
 }
 
@@ -70,9 +70,10 @@ TEST_F(DriverPieces, OverlongOutputNameIsRefusedNotCut) {
   SetOutputPath(std::string(200, 'o').c_str());
   State().Decomp.RestorePaths = 1;
   char target[ace::kUnAceTextBuffer];
-  EXPECT_FALSE(ace::BuildOutputName(std::string(100, 'n').c_str(), target));
+  EXPECT_EQ(ace::BuildOutputName(std::string(100, 'n').c_str(), target),
+            ace::OutputProblem::kTooLong);
   EXPECT_STREQ(target, "");
-  EXPECT_TRUE(ace::BuildOutputName(std::string(60, 'n').c_str(), target));
+  EXPECT_EQ(ace::BuildOutputName(std::string(60, 'n').c_str(), target), ace::OutputProblem::kNone);
 }
 
 TEST_F(DriverPieces, FileListTextJoinsItemsWithCarriageReturns) {

@@ -68,7 +68,7 @@ TEST_F(Listing, FailingFileAccessLeavesItsCode) {
     bool recorded;
   } cases[] = {
       {"open", Kind::Open, 1, AR_IO_ERROR, false},
-      {"main-header read", Kind::Read, 1, AR_NOT_ACE, false},
+      {"main-header read", Kind::Read, 1, AR_IO_ERROR, false},
       {"first-header read", Kind::Read, 2, AR_IO_ERROR, true},
       {"first-header seek", Kind::Seek, 2, AR_IO_ERROR, true},
   };

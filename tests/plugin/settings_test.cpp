@@ -192,23 +192,6 @@ TEST_F(PluginTest, UnterminatedDecompOptionTextsAreCutToTheirField) {
   EXPECT_EQ(S().RelativePath, std::string(260, 'y'));
 }
 
-TEST_F(PluginTest, TenThousandCharacterTextsStayInsideTheirFields) {
-  const std::string huge(10000, 'z');
-  SetInputPath(huge.c_str());
-  SetRelativePath(huge.c_str());
-  SetOutputPath(huge.c_str());
-  SetCryptKey(huge.c_str());
-  EXPECT_EQ(std::strlen(S().InputPath), 260u);
-  EXPECT_EQ(std::strlen(S().RelativePath), 260u);
-  EXPECT_EQ(std::strlen(S().OutputPath), 260u);
-  EXPECT_EQ(std::strlen(S().CryptKey), 263u);
-  acetest::TempDir dir;
-  InitArcFile((dir / huge).c_str());
-  EXPECT_EQ(GetArchiveStatus(), AR_FILE_NOT_FOUND);
-  CreateArcFile((dir / huge).c_str());
-  EXPECT_EQ(std::strlen(S().ArchivePath), 260u);
-}
-
 TEST_F(PluginTest, NullTextsAndRecordsLeaveAnIoErrorAndChangeNothing) {
   SetInputPath("C:\\IN");
   SetOutputPath("C:\\OUT");

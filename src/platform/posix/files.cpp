@@ -76,6 +76,7 @@ HANDLE CreateFileA(const char* path, DWORD access, DWORD /*share*/, void* /*secu
   // O_NONBLOCK keeps a FIFO without a writer from blocking the open; such
   // files are refused right after.
   openFlags |= creationFlags | O_CLOEXEC | O_NONBLOCK;
+  if ((flags & FILE_FLAG_OPEN_REPARSE_POINT) != 0) openFlags |= O_NOFOLLOW;
   const mode_t mode = (flags & FILE_ATTRIBUTE_READONLY) != 0 ? 0444 : 0666;
   const int fd = open(native.c_str(), openFlags, mode);
   if (fd < 0) {
