@@ -9,7 +9,8 @@
 // --quick measures the key settings once on the concatenated corpus; --only
 // keeps the codecs whose id contains one of the given strings (ace/1024/l1,
 // zlib-6, ...); --profile compresses the concatenated corpus N times with one
-// codec and nothing else, to run under perf or callgrind.
+// codec and nothing else, to run under perf or callgrind. The corpus is
+// --corpus DIR, else ACEPLUG_CORPUS, else ../shared/corpus beside the project.
 #include <malloc.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -19,6 +20,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -48,7 +50,8 @@ const std::vector<std::string> kKeyCodecs = {"ace/1024/l1", "ace/1024/l3", "ace/
                                              "xz-6",        "zstd-3",      "zstd-19"};
 
 struct Options {
-  std::string corpus = ACE_BENCH_CORPUS;
+  std::string corpus =
+      std::getenv("ACEPLUG_CORPUS") ? std::getenv("ACEPLUG_CORPUS") : ACE_BENCH_CORPUS;
   bool quick = false;
   bool perFile = true;
   std::vector<std::string> only;

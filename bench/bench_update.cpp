@@ -9,6 +9,7 @@
 // $TMPDIR (or /tmp) from 1 MiB files, a quarter of them corpus text and the
 // rest pseudo-random, then adds a 1 KB file N times (default 5), timing each
 // add and each copy. The folder is removed at the end, also after a failure.
+// The corpus is --corpus DIR, else ACEPLUG_CORPUS, else ../shared/corpus.
 #include <fcntl.h>
 #include <time.h>
 #include <unistd.h>
@@ -42,7 +43,8 @@ constexpr size_t kFileSize = size_t{1} << 20;
 struct Options {
   double sizeMB = 100;
   int reps = 5;
-  std::string corpus = ACE_BENCH_CORPUS;
+  std::string corpus =
+      std::getenv("ACEPLUG_CORPUS") ? std::getenv("ACEPLUG_CORPUS") : ACE_BENCH_CORPUS;
 };
 
 // The temporary folder, removed with everything in it on every way out.

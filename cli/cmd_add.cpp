@@ -5,6 +5,7 @@
 #include <set>
 
 #include "commands.h"
+#include "empty_folders.h"
 #include "entry_format.h"
 #include "file_access.h"
 #include "file_scan.h"
@@ -158,6 +159,9 @@ ExitCode RunAdd(const AddOptions& options, const CommonOptions& common) {
     return kExitFailed;
   }
 
+  // A solid archive comes back without its directory entries.
+  const std::vector<std::string> folders =
+      exists ? ListDirectoryNames(options.archive) : std::vector<std::string>{};
   InterruptGuard interrupts;
   uint16_t status;
   {
@@ -192,6 +196,7 @@ ExitCode RunAdd(const AddOptions& options, const CommonOptions& common) {
     progress.Clear();
   }
   if (status == AR_OK) {
+    PutBackEmptyFolders(context, options.archive, folders, {});
     CheckAndSummarize(context, options.archive, scan, prefix, !options.excludePaths,
                       progress.mode() == OutputMode::Quiet);
   }

@@ -1,7 +1,11 @@
 // acearc d: delete the entries that masks select.
 #include <cstdio>
+#include <set>
+#include <string>
+#include <vector>
 
 #include "commands.h"
+#include "empty_folders.h"
 #include "entry_check.h"
 #include "entry_format.h"
 #include "entry_select.h"
@@ -21,6 +25,8 @@ ExitCode RunDelete(const DeleteOptions& options, const CommonOptions& common) {
   InterruptGuard interrupts;
   uint16_t status;
   size_t selected = 0;
+  std::vector<std::string> folders;
+  std::set<std::string> deleted;
   {
     ArchiveSession session = ArchiveSession::Open(options.archive);
     if (ExitCode code = CheckOpened(progress, options.archive, session.status()); code != kExitOk) {
@@ -43,6 +49,9 @@ ExitCode RunDelete(const DeleteOptions& options, const CommonOptions& common) {
     std::vector<bool> chosen =
         ChooseEntries(context, options.archive, all, options.masks, options.excludes, &entries);
     selected = entries.size();
+    // A solid archive comes back without its directory entries.
+    folders = DirectoryNames(all);
+    for (const std::string& name : DirectoryNames(entries)) deleted.insert(name);
     if (selected == 0) {
       Warn(context, "nothing deleted from " + options.archive);
       return kExitWarning;
@@ -58,6 +67,7 @@ ExitCode RunDelete(const DeleteOptions& options, const CommonOptions& common) {
     status = GetArchiveStatus();
     progress.Clear();
   }
+  if (status == AR_OK) PutBackEmptyFolders(context, options.archive, folders, deleted);
   ExitCode code = FinishOperation(context, "deleting from " + options.archive, status);
   if (status == AR_OK && progress.mode() != OutputMode::Quiet) {
     std::printf("%s: %s deleted\n", options.archive.c_str(),

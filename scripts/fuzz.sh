@@ -24,7 +24,7 @@ for t in "${targets[@]}"; do mkdir -p "$build/seeds/$t" "$build/corpus/$t"; done
 # A decoder seed is the flag byte 0, the unpacked size as 3 bytes little-endian,
 # then the packed data; a round-trip seed is a setting byte, then the data.
 byte() { printf "\\$(printf '%03o' "$1")"; }
-vectors=../shared/vectors
+vectors=tests/data/vectors
 if [ -f "$vectors/packed.tsv" ]; then
   while IFS=$'\t' read -r input _dict _level _run size _crc packed_size packed; do
     [ "$input" = input ] && continue
@@ -38,12 +38,12 @@ else
   echo "fuzz.sh: no golden vectors at $vectors; the decoder starts without seeds" >&2
 fi
 setting=0
-for f in tests/data/vectors/inputs/*; do
+for f in "$vectors"/inputs/*; do
   [ -f "$f" ] && [ "$(stat -c %s "$f")" -le 20000 ] || continue
   { byte $((setting & 15)); cat "$f"; } > "$build/seeds/roundtrip_fuzz/$(basename "$f")"
   setting=$((setting + 1))
 done
-cp tests/data/comments/*.bin "$build/seeds/comment_fuzz/" 2>/dev/null || true
+cp tests/data/vectors/comments/*.bin "$build/seeds/comment_fuzz/" 2>/dev/null || true
 cp "$vectors"/archives/*.ace "$build/seeds/archive_fuzz/" 2>/dev/null || true
 
 status=0

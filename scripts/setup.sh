@@ -5,7 +5,7 @@ packages=(
   build-essential cmake g++ g++-multilib clang libclang-rt-14-dev
   googletest libgtest-dev libbenchmark-dev libcli11-dev
   zlib1g-dev libbz2-dev liblzma-dev libzstd-dev
-  tzdata tmux binutils
+  tzdata tmux binutils pkgconf
 )
 missing=()
 for p in "${packages[@]}"; do

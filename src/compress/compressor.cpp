@@ -144,13 +144,7 @@ void Compressor::SetIo(const CompressorIo& io) { core_->io = io; }
 void Compressor::StartFile(uint32_t unpackedSize, bool solidContinue) {
   CompressorCore& c = *core_;
   if (c.ops == nullptr) return;
-  c.crc = 0;
-  c.unpackedSize = 0;
-  c.packedSize = 0;
-  c.bytesRead = 0;
-  c.processed = 0;
-  c.progressBase = 0;
-  c.grew = 0;
+  ClearFileResults();
   ResetCoder(c);
   // The engine reads input as it starts, so the CRC register is set first.
   c.crc = kCrcInit;
@@ -174,6 +168,17 @@ void Compressor::Finish() {
   CompressorCore& c = *core_;
   if (c.ops == nullptr) return;
   FinishOutput(c);
+}
+
+void Compressor::ClearFileResults() {
+  CompressorCore& c = *core_;
+  c.crc = 0;
+  c.unpackedSize = 0;
+  c.packedSize = 0;
+  c.bytesRead = 0;
+  c.processed = 0;
+  c.progressBase = 0;
+  c.grew = 0;
 }
 
 uint32_t Compressor::PackedSize() const { return core_->packedSize; }

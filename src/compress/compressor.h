@@ -83,6 +83,8 @@ class Compressor {
   uint32_t Crc() const;         // CRC-32 register of the input, not inverted
   bool Grew() const;            // packed size came to exceed the unpacked size
   uint32_t BytesRead() const;
+  // Zeroes the results and counters above.
+  void ClearFileResults();
 
   // 0 or one of the codes above. Once nonzero, nothing more is written.
   uint32_t Status() const;
@@ -110,6 +112,8 @@ void FinishCompressFile();
 
 // Results of the file last finished.
 uint32_t CompressorPackedSize();
+// Forgets the last file's CRC and counters (the closing of an archive).
+void ClearCompressorResults();
 uint32_t CompressorCrc();
 int32_t CompressorGrew();  // 0 or 1
 // The dictionary code for the file header (6..10) of the engine set up.

@@ -113,7 +113,7 @@ struct Engine {
   // unchanged window.
   static void ClearTables(HashChainState& s) {
     const uint32_t last = s.position;
-    if (s.tablesTraceable && !s.alwaysClearInFull && last < D / 8) {
+    if (s.tablesTraceable && last < D / 8) {
       const uint8_t* w = s.window;
       for (uint32_t p = 0; p <= last; ++p) {
         s.head[M::HashAt(w, p)] = 0;

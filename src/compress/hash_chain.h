@@ -45,8 +45,6 @@ struct HashChainState {
   // continuation has happened since: every entry in use can then be found
   // again from the window's bytes, so a small file's tables clear cheaply.
   bool tablesTraceable = false;
-  // Test hook: clear the tables in full at every fresh start.
-  bool alwaysClearInFull = false;
 };
 
 }  // namespace ace

@@ -74,6 +74,7 @@ void FinishCompressFile() {
   TakeStatus(c);
 }
 
+void ClearCompressorResults() { PluginCompressor().ClearFileResults(); }
 uint32_t CompressorPackedSize() { return PluginCompressor().PackedSize(); }
 uint32_t CompressorCrc() { return PluginCompressor().Crc(); }
 int32_t CompressorGrew() { return PluginCompressor().Grew() ? 1 : 0; }

@@ -103,12 +103,10 @@ int ReadNextHeader(ArcFileEntry* e, char* nameOut) {
   e->HeaderSize = ReadWord(file);
   e->HeaderType = ReadByte(file);
   e->HeaderFlags = ReadWord(file);
-  if (s.Status != 0) {
-    if (FailedInsideFile(file, start + 7)) return 0;
-    // A header cut off inside its common part has no type: the archive ends.
-    SetStatus(AR_OK);
-    return 0;
-  }
+  // Cut off by the end of the file: a missing type byte reads as 0, which is
+  // no block type a walk accepts; a header whose type arrived is handed on
+  // with status 5 like any header cut short, and the next call ends the walk.
+  if (s.Status != 0 && FailedInsideFile(file, start + 7)) return 0;
   e->IsFile = e->HeaderType == kHeadTypeFile ? 1 : 0;
   SetU64(e->PackedSize, 0);
 

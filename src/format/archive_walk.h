@@ -31,8 +31,9 @@ int WalkArchive(ArcFileList* list, const FileMaskList* masks);
 // bytes, may be null) gets a copy. Returns 1 when a header was read, 0 at the
 // end of the archive (status 0), on a bad header (status 9964) or when a read
 // or seek fails inside the file (status 5). A header cut short by the end of
-// the file after its common part is still handed on with status 5, and the
-// next call ends the walk with status 0.
+// the file after its type byte is still handed on with status 5, and the next
+// call ends the walk with status 0; one that ends before its type byte has
+// type 0 and ends the walk with 9964.
 int ReadNextHeader(ArcFileEntry* staging, char* nameOut);
 
 }  // namespace ace

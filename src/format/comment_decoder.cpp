@@ -284,9 +284,16 @@ int32_t ReadCommentBlock(int32_t position, int32_t hostOS, char** block) {
       SetStatus(AR_NO_MEMORY);
       return 0;
     }
-    OemToCharA(text, converted, capacity);
+    // The conversion stops at a NUL, which the text may hold: each piece is
+    // converted on its own so that the whole decoded length survives.
+    size = 0;
+    for (int32_t at = 0; at <= length;) {
+      OemToCharA(text + at, converted + size, capacity - static_cast<DWORD>(size));
+      size += static_cast<int32_t>(std::strlen(converted + size)) + 1;
+      at += static_cast<int32_t>(std::strlen(text + at)) + 1;
+    }
+    size -= 1;  // the terminator after the last piece
     text = converted;
-    size = static_cast<int32_t>(std::strlen(converted));
   }
   if (size > 0) {
     *block = static_cast<char*>(std::calloc(static_cast<size_t>(size) + 255, 1));

@@ -23,6 +23,9 @@ enum class Kind : int {
 void Arm(Kind kind, int64_t nth);
 // Disarms every kind and resets the call counters.
 void Reset();
+// Runs `action` once, right before the `nth` call of `kind` from now on does
+// its work (something another program might do at that moment).
+void Before(Kind kind, int64_t nth, void (*action)());
 // Calls of `kind` seen since the last Reset().
 int64_t Calls(Kind kind);
 // Called by the platform layer: counts the call and says whether it must fail.

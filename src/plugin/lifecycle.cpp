@@ -1,6 +1,7 @@
 // Opening, creating and closing an archive, and the status word.
 #include <cstdlib>
 
+#include "compress/compressor.h"
 #include "format/archive_open.h"
 #include "fs/path_ops.h"
 #include "plugin/state.h"
@@ -59,6 +60,7 @@ ACEPLUG_API void ACEPLUG_CALL DoneArcFile(void) {
   SetStatus(AR_OK);
   ReleaseCommentBuffers();
   FullReset();
+  ClearCompressorResults();
 }
 
 ACEPLUG_API uint16_t ACEPLUG_CALL GetArchiveStatus(void) {

@@ -104,6 +104,9 @@ void PutArchiveInPlace(const char* tempArchive) {
     FileDelete(tempArchive);
     return;
   }
+  // Whatever appeared under the name since would stop the rename, and the
+  // old archive could then not go back either.
+  FileDelete(s.ArchivePath);
   if (!MoveFileA(tempArchive, s.ArchivePath)) {
     SetStatus(AR_IO_ERROR);
     FileDelete(tempArchive);

@@ -32,9 +32,9 @@ bool CopyLeadingPart();
 // leaves 5 and deletes the temporary archive instead.
 void CloseAndPutInPlace(const char* tempArchive);
 
-// Renames the archive to a backup name, the temporary archive to the archive
-// name, and deletes the backup. A failure leaves 5, deletes the temporary
-// archive and restores the old archive under its name.
+// Renames the archive to a backup name, deletes whatever then stands under the
+// archive name, renames the temporary archive to it, and deletes the backup. A failure leaves 5,
+// deletes the temporary archive and restores the old archive under its name.
 void PutArchiveInPlace(const char* tempArchive);
 
 // Closes TargetHandle (when open) and deletes the temporary archive.

@@ -2,44 +2,32 @@
 // and reach the disk as "_", one unsafe name leaves the others extracted with
 // exit code 1, a NUL inside a name is a damaged header for every command, and
 // sizes past the format's limits are refused with the limit named.
-#include "cli/cli_fixture.h"
+#include "cli/acearc_fixture.h"
 #include "support/ace_builder.h"
 
 namespace clitest {
 namespace {
 
-namespace fs = std::filesystem;
-
 acetest::AceEntry Stored(const std::string& name) {
-  return {.name = name, .data = acetest::TextBytes("data")};
+  return {.name = name, .data = acetest::AsBytes("data")};
 }
 
-class CliHostileInput : public testing::Test {
- protected:
-  RunResult Run(const std::vector<std::string>& args) { return RunAcearc(args, dir_.path()); }
-  fs::path Path(const std::string& name) const { return dir_.path() / name; }
-  void Write(const std::vector<acetest::AceEntry>& entries) {
-    acetest::WriteFileBytes(Path("n.ace"), acetest::AceArchive(entries));
-  }
-  acetest::TempDir dir_;
-};
-
-TEST_F(CliHostileInput, ControlCharactersAreShownEscapedAndWrittenAsUnderscores) {
-  Write({Stored("esc\x1b]0;owned\a.txt"), Stored("nl\nfake.txt"), Stored("..\\up.txt"),
-         Stored("ok.txt")});
+TEST_F(Acearc, ControlCharactersAreShownEscapedAndWrittenAsUnderscores) {
+  acetest::WriteFileBytes(
+      Path("n.ace"), acetest::AceArchive({Stored("esc\x1b]0;owned\a.txt"), Stored("nl\nfake.txt"),
+                                          Stored("..\\up.txt"), Stored("ok.txt")}));
   // Neither the names' ESC nor their BEL, and no line that a name began.
   auto harmless = [](const std::string& text) {
-    return text.find_first_of("\x1b\a") == std::string::npos && text.find("\nfake") == text.npos;
+    return text.find_first_of("\x1b\a") == std::string::npos && !Has(text, "\nfake");
   };
-  RunResult list = Run({"l", "n.ace"});
+  const RunResult list = Run({"l", "n.ace"});
   EXPECT_EQ(list.exitCode, 0) << list.err;
-  EXPECT_NE(list.out.find("esc\\x1b]0;owned\\x07.txt"), std::string::npos) << list.out;
-  EXPECT_NE(list.out.find("nl\\x0afake.txt"), std::string::npos) << list.out;
+  EXPECT_TRUE(Has(list.out, "esc\\x1b]0;owned\\x07.txt")) << list.out;
+  EXPECT_TRUE(Has(list.out, "nl\\x0afake.txt")) << list.out;
   EXPECT_TRUE(harmless(list.out + list.err));
-  EXPECT_NE(FindEntry(ListJson(Path("n.ace")), "nl\nfake.txt"), nullptr) << "JSON keeps the name";
-
+  EXPECT_EQ(Entry(List("n.ace"), "nl\nfake.txt")["name"].text, "nl\nfake.txt") << "JSON keeps it";
   for (const std::string command : {"x", "e"}) {
-    RunResult extracted = Run({command, "n.ace", "-o", command});
+    const RunResult extracted = Run({command, "n.ace", "-o", command});
     EXPECT_TRUE(harmless(extracted.out + extracted.err)) << extracted.err;
     for (const char* name : {"esc_]0;owned_.txt", "nl_fake.txt", "ok.txt"})
       EXPECT_TRUE(fs::exists(Path(command) / name)) << command << " " << name;
@@ -50,57 +38,58 @@ TEST_F(CliHostileInput, ControlCharactersAreShownEscapedAndWrittenAsUnderscores)
   EXPECT_FALSE(fs::exists(Path("up.txt")));
 }
 
-TEST_F(CliHostileInput, FoldersBehindALinkAreNeitherMadeNorGivenTheirTime) {
+TEST_F(Acearc, FoldersBehindALinkAreNeitherMadeNorGivenTheirTime) {
   fs::create_directories(Path("outside"));
   fs::create_directories(Path("out"));
   fs::create_directory_symlink(Path("outside"), Path("out/link"));
   const fs::file_time_type before = fs::last_write_time(Path("outside"));
-  Write({{.name = "link", .attributes = 0x10},
-         {.name = "link\\sub", .attributes = 0x10},
-         Stored("ok.txt")});
-  RunResult extracted = Run({"x", "n.ace", "-o", "out"});
+  acetest::WriteFileBytes(Path("n.ace"),
+                          acetest::AceArchive({{.name = "link", .attributes = 0x10},
+                                               {.name = "link\\sub", .attributes = 0x10},
+                                               Stored("ok.txt")}));
+  const RunResult extracted = Run({"x", "n.ace", "-o", "out"});
   EXPECT_EQ(extracted.exitCode, 1) << extracted.err;
   EXPECT_TRUE(fs::is_empty(Path("outside")));
   EXPECT_EQ(fs::last_write_time(Path("outside")), before);
   EXPECT_TRUE(fs::exists(Path("out/ok.txt")));
 }
 
-TEST_F(CliHostileInput, ASolidRebuildKeepsControlCharactersInNames) {
+TEST_F(Acearc, ASolidRebuildKeepsControlCharactersInNames) {
   fs::create_directories(Path("in"));
   acetest::WriteFileText(Path("in/bell\a.txt"), "bell");
   acetest::WriteFileText(Path("more.txt"), "more");
   ASSERT_EQ(Run({"a", "-s", "s.ace", "in"}).exitCode, 0);
   EXPECT_EQ(Run({"a", "s.ace", "more.txt"}).exitCode, 0);
-  EXPECT_NE(FindEntry(ListJson(Path("s.ace")), "in/bell\a.txt"), nullptr);
+  EXPECT_EQ(Entry(List("s.ace"), "in/bell\a.txt")["name"].text, "in/bell\a.txt");
 }
 
-TEST_F(CliHostileInput, ANulInsideANameIsADamagedHeaderForEveryCommand) {
-  Write({Stored("ok.txt"), Stored(std::string("abc\0def", 7)), Stored("after.txt")});
+TEST_F(Acearc, ANulInsideANameIsADamagedHeaderForEveryCommand) {
+  acetest::WriteFileBytes(Path("n.ace"),
+                          acetest::AceArchive({Stored("ok.txt"), Stored(std::string("abc\0def", 7)),
+                                               Stored("after.txt")}));
   for (const std::string command : {"l", "t", "x"}) {
-    RunResult result = Run({command, "n.ace"});
-    EXPECT_EQ(result.exitCode, 3) << command << ": " << result.err;
-    EXPECT_NE(result.err.find("9964 AR_BAD_HEADER"), std::string::npos) << result.err;
+    const RunResult r = Run({command, "n.ace"});
+    EXPECT_EQ(r.exitCode, 3) << command << ": " << r.err;
+    EXPECT_TRUE(Has(r.err, "9964 AR_BAD_HEADER")) << r.err;
   }
 }
 
-TEST_F(CliHostileInput, SizesPastTheFormatsLimitsAreRefusedNamingTheLimit) {
+TEST_F(Acearc, SizesPastTheFormatsLimitsAreRefusedNamingTheLimit) {
   fs::create_directories(Path("big"));
   acetest::WriteFileText(Path("big/small.txt"), "small");
   acetest::WriteFileText(Path("big/huge.bin"), "");
   fs::resize_file(Path("big/huge.bin"), (uint64_t{9} << 29) + 5);  // sparse
-  RunResult add = Run({"a", "big.ace", "big"});
+  const RunResult add = Run({"a", "big.ace", "big"});
   EXPECT_EQ(add.exitCode, 2);
   for (const char* part : {"big/huge.bin (4.50 GiB)", "2 GiB - 1 bytes", "6 AR_SIZE_ERROR"})
-    EXPECT_NE(add.err.find(part), std::string::npos) << add.err;
+    EXPECT_TRUE(Has(add.err, part)) << add.err;
   EXPECT_FALSE(fs::exists(Path("big.ace")));
-
   // The size, not "not an ACE archive", whatever the search for the header found.
-  Write({Stored("ok.txt")});
+  acetest::WriteFileBytes(Path("n.ace"), acetest::AceArchive({Stored("ok.txt")}));
   fs::resize_file(Path("n.ace"), uint64_t{1} << 31);
-  RunResult list = Run({"l", "n.ace"});
+  const RunResult list = Run({"l", "n.ace"});
   EXPECT_EQ(list.exitCode, 2);
-  EXPECT_NE(list.err.find("size not supported (an ACE archive holds at most 2 GiB - 1 bytes)"),
-            std::string::npos)
+  EXPECT_TRUE(Has(list.err, "size not supported (an ACE archive holds at most 2 GiB - 1 bytes)"))
       << list.err;
 }
 

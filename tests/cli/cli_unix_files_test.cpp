@@ -1,20 +1,12 @@
 // What acearc keeps of a Unix file and what it says about the rest: folder
-// times, dates a DOS stamp cannot hold, links, names with a backslash; and
-// what a mistyped command gets.
-#include <chrono>
+// times, dates a DOS stamp cannot hold, links, names with a backslash.
+
 #include <ctime>
 
-#include "cli/cli_fixture.h"
+#include "cli/acearc_fixture.h"
 
 namespace clitest {
 namespace {
-
-namespace fs = std::filesystem;
-
-void Write(const fs::path& path, const std::string& text) {
-  fs::create_directories(path.parent_path());
-  acetest::WriteFileText(path, text);
-}
 
 // Local time with the offset in force now, the reading the plug-in gives a
 // file's time on every platform, whatever the season.
@@ -37,24 +29,21 @@ time_t TimeOf(const fs::path& path) {
       std::chrono::time_point_cast<std::chrono::system_clock::duration>(written));
 }
 
-TEST(CliUnixFiles, FolderTimesComeBackAfterTheirFiles) {
-  acetest::TempDir dir;
-  Write(dir.path() / "t/sub/a.txt", "a");
-  fs::create_directories(dir.path() / "t/sub/deep");  // made by acearc, after the files
-  const time_t sub = LocalTime(2001, 2, 3, 10, 20, 30);
-  const time_t top = LocalTime(1999, 12, 31, 23, 59, 58);
-  SetTime(dir.path() / "t/sub/deep", sub);
-  SetTime(dir.path() / "t/sub", sub);
-  SetTime(dir.path() / "t", top);
-  ASSERT_EQ(RunAcearc({"a", "t.ace", "t"}, dir.path()).exitCode, 0);
-  RunResult extracted = RunAcearc({"x", "t.ace", "-o", "out"}, dir.path());
+TEST_F(Acearc, FolderTimesComeBackAfterTheirFiles) {
+  fs::create_directories(Path("t/sub/deep"));  // made by acearc, after the files
+  acetest::WriteFileText(Path("t/sub/a.txt"), "a");
+  const time_t sub = LocalTime(2001, 2, 3, 10, 20, 30), top = LocalTime(1999, 12, 31, 23, 59, 58);
+  for (const char* folder : {"t/sub/deep", "t/sub"}) SetTime(Path(folder), sub);
+  SetTime(Path("t"), top);
+  ASSERT_EQ(Run({"a", "t.ace", "t"}).exitCode, 0);
+  const RunResult extracted = Run({"x", "t.ace", "-o", "out"});
   ASSERT_EQ(extracted.exitCode, 0) << extracted.err;
-  EXPECT_EQ(TimeOf(dir.path() / "out/t/sub/deep"), sub);
-  EXPECT_EQ(TimeOf(dir.path() / "out/t/sub"), sub);
-  EXPECT_EQ(TimeOf(dir.path() / "out/t"), top);
+  EXPECT_EQ(TimeOf(Path("out/t/sub/deep")), sub);
+  EXPECT_EQ(TimeOf(Path("out/t/sub")), sub);
+  EXPECT_EQ(TimeOf(Path("out/t")), top);
 }
 
-TEST(CliUnixFiles, DatesOutsideWhatTheArchiveHoldsBecomeTheNearestWithAWarning) {
+TEST_F(Acearc, DatesOutsideWhatTheArchiveHoldsBecomeTheNearestWithAWarning) {
   const struct {
     const char* name;
     time_t when;
@@ -70,79 +59,48 @@ TEST(CliUnixFiles, DatesOutsideWhatTheArchiveHoldsBecomeTheNearestWithAWarning) 
       {"first.txt", LocalTime(1980, 1, 1, 0, 0, 0), "1980-01-01T00:00:00", ""},
       {"plain.txt", LocalTime(2020, 6, 7, 8, 9, 10), "2020-06-07T08:09:10", ""},
   };
-  acetest::TempDir dir;
-  std::vector<std::string> args{"a", "d.ace"};
+  Strings args{"a", "d.ace"};
   for (const auto& c : cases) {
-    acetest::WriteFileText(dir.path() / c.name, c.name);
-    SetTime(dir.path() / c.name, c.when);
+    acetest::WriteFileText(Path(c.name), c.name);
+    SetTime(Path(c.name), c.when);
     args.push_back(c.name);
   }
-  RunResult made = RunAcearc(args, dir.path());
+  const RunResult made = Run(args);
   EXPECT_EQ(made.exitCode, 1) << made.err;
-  Json listing = ListJson(dir.path() / "d.ace");
+  const Json listing = List("d.ace");
   for (const auto& c : cases) {
-    const Json* entry = FindEntry(listing, c.name);
-    ASSERT_NE(entry, nullptr) << c.name;
-    EXPECT_EQ((*entry)["time"].text, c.listed) << c.name;
-    const bool warned = made.err.find(std::string(c.name) + ": its date") != std::string::npos;
-    EXPECT_EQ(warned, *c.warning != '\0') << made.err;
-    if (*c.warning) EXPECT_NE(made.err.find(c.warning), std::string::npos) << made.err;
+    EXPECT_EQ(Entry(listing, c.name)["time"].text, c.listed) << c.name;
+    EXPECT_EQ(Has(made.err, std::string(c.name) + ": its date"), *c.warning != '\0') << made.err;
+    EXPECT_TRUE(Has(made.err, c.warning)) << made.err;
   }
 }
 
-TEST(CliUnixFiles, LinksToFilesAreCopiesLinksToFoldersAndBackslashNamesAreLeftOut) {
-  ACE_POSIX_ONLY("symbolic links and backslashes in names");
-  acetest::TempDir dir;
-  const fs::path w = dir.path() / "w";
-  Write(w / "target.txt", "the target's data");
-  Write(w / "folder/inside.txt", "inside");
-  Write(w / "back\\slash", "1");
-  Write(w / "two\\back\\slashes", "2");
+TEST_F(Acearc, LinksToFilesAreCopiesLinksToFoldersAndBackslashNamesAreLeftOut) {
+  const fs::path w = Path("w");
+  fs::create_directories(w / "folder");
+  for (const char* name : {"folder/inside.txt", "back\\slash", "two\\back\\slashes"})
+    acetest::WriteFileText(w / name, name);
+  acetest::WriteFileText(w / "target.txt", "the target's data");
   fs::create_symlink("target.txt", w / "file-link");
   fs::create_directory_symlink("folder", w / "folder-link");
-  RunResult made = RunAcearc({"a", "l.ace", "w"}, dir.path());
+  const RunResult made = Run({"a", "l.ace", "w"});
   EXPECT_EQ(made.exitCode, 1) << made.err;
   for (const std::string& left : {"folder-link: symbolic links to directories are not followed",
                                   "back\\slash: its name holds a backslash",
                                   "two\\back\\slashes: its name holds a backslash"}) {
-    EXPECT_NE(made.err.find("left out " + (w / left).string()), std::string::npos) << made.err;
+    EXPECT_TRUE(Has(made.err, "left out " + (w / left).string())) << made.err;
   }
-  Json listing = ListJson(dir.path() / "l.ace");
-  EXPECT_EQ(EntryNames(listing), (std::vector<std::string>{"w/", "w/file-link", "w/folder/",
-                                                           "w/folder/inside.txt", "w/target.txt"}));
-  const Json* link = FindEntry(listing, "w/file-link");
-  ASSERT_NE(link, nullptr);
-  EXPECT_EQ((*link)["type"].text, "file");
-  EXPECT_EQ((*link)["size"].u64(), 17u);
-  EXPECT_EQ((*link)["attributes"].u64(), (*FindEntry(listing, "w/target.txt"))["attributes"].u64())
+  const Json listing = List("l.ace");
+  EXPECT_EQ(Names("l.ace"),
+            (Strings{"w/", "w/file-link", "w/folder/", "w/folder/inside.txt", "w/target.txt"}));
+  const Json link = Entry(listing, "w/file-link");
+  EXPECT_EQ(link["type"].text, "file");
+  EXPECT_EQ(link["size"].u64(), 17u);
+  EXPECT_EQ(link["attributes"].u64(), Entry(listing, "w/target.txt")["attributes"].u64())
       << "a copy carries no link attribute";
-
-  ASSERT_EQ(RunAcearc({"x", "l.ace", "-o", "out"}, dir.path()).exitCode, 0);
-  EXPECT_FALSE(fs::is_symlink(dir.path() / "out/w/file-link"));
-  EXPECT_EQ(ReadTree(dir.path() / "out")["w/file-link"], "the target's data");
-}
-
-TEST(CliUnixUsage, AnUnknownOrMissingCommandListsTheCommands) {
-  const struct {
-    std::vector<std::string> args;
-    const char* says;
-  } cases[] = {
-      {{"z"}, "acearc: unknown command \"z\"; the commands are a, l, t, x, e, d, mkdir"},
-      {{"-p", "secret", "zz", "a.ace"}, "unknown command \"zz\""},
-      {{"-q"}, "acearc: a command is required, one of a, l, t, x, e, d, mkdir"},
-  };
-  for (const auto& c : cases) {
-    RunResult result = RunAcearc(c.args);
-    EXPECT_EQ(result.exitCode, 5) << c.says;
-    EXPECT_NE(result.err.find(c.says), std::string::npos) << result.err;
-  }
-  for (const char* command : {"a", "l", "x", "e", "d"}) {
-    RunResult help = RunAcearc({command, "--help"});
-    EXPECT_NE(help.out.find("-x,--exclude"), std::string::npos) << command;
-    EXPECT_NE(help.out.find("* stands for any characters, \"/\" and \".\" included"),
-              std::string::npos)
-        << command;
-  }
+  ASSERT_EQ(Run({"x", "l.ace", "-o", "out"}).exitCode, 0);
+  EXPECT_FALSE(fs::is_symlink(Path("out/w/file-link")));
+  EXPECT_EQ(acetest::ReadFileText(Path("out/w/file-link")), "the target's data");
 }
 
 }  // namespace

@@ -1,39 +1,32 @@
 // Masks as a Unix user types them: "*" takes every name, dots included, a
 // folder takes everything below it, and -x leaves entries out. Listing,
 // extracting and deleting must choose the very same entries.
-#include "cli/cli_fixture.h"
+#include "cli/acearc_fixture.h"
 
 namespace clitest {
 namespace {
 
-namespace fs = std::filesystem;
-
-using Names = std::vector<std::string>;
-
-Names Sorted(Names names) {
+Strings Sorted(Strings names) {
   std::sort(names.begin(), names.end());
   return names;
 }
 
-Names FilesOf(const Names& names) {
-  Names files;
-  for (const std::string& name : names) {
-    if (name.back() != '/') files.push_back(name);
-  }
+Strings FilesOf(const Strings& names) {
+  Strings files;
+  std::copy_if(names.begin(), names.end(), std::back_inserter(files),
+               [](const std::string& n) { return n.back() != '/'; });
   return files;
 }
 
-TEST(CliUnixMasks, ListExtractAndDeleteChooseTheSameEntries) {
-  acetest::TempDir dir;
-  const Names all = Sorted(MakeSampleTree(dir.path()));
-  RunResult made = RunAcearc({"a", "s.ace", "tree"}, dir.path());
-  ASSERT_EQ(made.exitCode, 0) << made.err;
-  const std::string accented = "tree/" + kAccentedName;
-  const Names src{"tree/src/", "tree/src/lib/", "tree/src/lib/util.c", "tree/src/lib/util.h",
-                  "tree/src/main.c"};
+TEST_F(Acearc, ListExtractAndDeleteChooseTheSameEntries) {
+  const Strings all = Sorted(MakeTree());
+  ASSERT_EQ(Run({"a", "s.ace", "tree"}).exitCode, 0);
+  const std::string accented = "tree/" + kAccented;
+  const Strings src{"tree/src/", "tree/src/lib/", "tree/src/lib/util.c", "tree/src/lib/util.h",
+                    "tree/src/main.c"};
   const struct {
-    Names args;  // masks and -x options
-    Names chosen;
+    Strings args;  // masks and -x options
+    Strings chosen;
   } cases[] = {
       {{"*"}, all},
       {{}, all},
@@ -53,85 +46,70 @@ TEST(CliUnixMasks, ListExtractAndDeleteChooseTheSameEntries) {
   };
   int row = 0;
   for (const auto& c : cases) {
-    const std::string out = "out" + std::to_string(row);
-    const std::string copy = "d" + std::to_string(row++) + ".ace";
     SCOPED_TRACE(::testing::PrintToString(c.args));
-    auto run = [&](Names args) {
+    const std::string out = "out" + std::to_string(row), copy = std::to_string(row++) + ".ace";
+    auto run = [&](Strings args) {
       args.insert(args.end(), c.args.begin(), c.args.end());
-      return RunAcearc(args, dir.path());
+      return Run(args);
     };
-
-    RunResult listed = run({"l", "--json", "s.ace"});
+    const RunResult listed = run({"l", "--json", "s.ace"});
     ASSERT_EQ(listed.exitCode, 0) << listed.err;
-    std::optional<Json> listing = ParseJson(listed.out);
-    ASSERT_TRUE(listing.has_value());
-    EXPECT_EQ(EntryNames(*listing), Sorted(c.chosen));
+    const Json listing = acetest::ParseJson(listed.out).value_or(Json{});
+    Strings names;
+    for (const Json& e : listing["entries"].items) names.push_back(e["name"].text);
+    EXPECT_EQ(Sorted(names), Sorted(c.chosen));
 
-    RunResult extracted = run({"x", "s.ace", "-o", out});
-    ASSERT_EQ(extracted.exitCode, 0) << extracted.err;
-    Names files;
-    for (const auto& [name, data] : ReadTree(dir.path() / out)) {
-      if (name.back() != '/') files.push_back(name);
-    }
-    EXPECT_EQ(files, Sorted(FilesOf(c.chosen)));
+    ASSERT_EQ(run({"x", "s.ace", "-o", out}).exitCode, 0);
+    Strings files;
+    for (const auto& [name, data] : acetest::ReadTree(Path(out))) files.push_back(name);
+    EXPECT_EQ(FilesOf(files), Sorted(FilesOf(c.chosen)));
 
     if (c.chosen.size() == all.size()) continue;  // deleting everything is its own case
-    fs::copy_file(dir.path() / "s.ace", dir.path() / copy);
-    RunResult deleted = run({"d", copy});
-    ASSERT_EQ(deleted.exitCode, 0) << deleted.err;
-    Names kept;
-    const Names chosen = Sorted(c.chosen);
+    fs::copy_file(Path("s.ace"), Path(copy));
+    ASSERT_EQ(run({"d", copy}).exitCode, 0);
+    Strings kept;
+    const Strings chosen = Sorted(c.chosen);
     std::set_difference(all.begin(), all.end(), chosen.begin(), chosen.end(),
                         std::back_inserter(kept));
-    EXPECT_EQ(EntryNames(ListJson(dir.path() / copy)), Sorted(kept));
+    EXPECT_EQ(Names(copy), kept);
   }
 }
 
-TEST(CliUnixMasks, AMaskThatChoosesNothingIsNamed) {
-  acetest::TempDir dir;
-  MakeSampleTree(dir.path());
-  ASSERT_EQ(RunAcearc({"a", "s.ace", "tree"}, dir.path()).exitCode, 0);
-  for (Names args : {Names{"l"}, Names{"x", "-o", "out"}, Names{"d"}}) {
+TEST_F(Acearc, AMaskThatChoosesNothingIsNamed) {
+  MakeTree();
+  ASSERT_EQ(Run({"a", "s.ace", "tree"}).exitCode, 0);
+  for (Strings args : {Strings{"l"}, Strings{"x", "-o", "out"}, Strings{"d"}}) {
     args.insert(args.end(), {"s.ace", "*.c", "nowhere/*"});
-    RunResult result = RunAcearc(args, dir.path());
-    EXPECT_EQ(result.exitCode, 1) << args[0] << ": " << result.err;
-    EXPECT_NE(result.err.find("no entry of s.ace matches nowhere/*"), std::string::npos)
-        << result.err;
-    EXPECT_EQ(result.err.find("matches *.c"), std::string::npos) << result.err;
+    const RunResult r = Run(args);
+    EXPECT_EQ(r.exitCode, 1) << args[0] << ": " << r.err;
+    EXPECT_TRUE(Has(r.err, "no entry of s.ace matches nowhere/*")) << r.err;
+    EXPECT_FALSE(Has(r.err, "matches *.c")) << r.err;
   }
-  EXPECT_TRUE(fs::exists(dir.path() / "out/tree/src/main.c"));
-  EXPECT_EQ(EntryNames(ListJson(dir.path() / "s.ace")).size(), 11u) << "the .c files are gone";
+  EXPECT_TRUE(fs::exists(Path("out/tree/src/main.c")));
+  EXPECT_EQ(Names("s.ace").size(), 11u) << "the .c files are gone";
 }
 
 // A stored name that holds "*" is a mask of its own to the plug-in: when it
 // would take more than was chosen, nothing happens.
-TEST(CliUnixMasks, ANameThePluginWouldTakeForAMaskChangesNothing) {
-  ACE_POSIX_ONLY("Windows names cannot hold wildcards");
-  acetest::TempDir dir;
-  acetest::WriteFileText(dir.path() / "a*b.txt", "star");
-  acetest::WriteFileText(dir.path() / "axb.txt", "x");
-  acetest::WriteFileText(dir.path() / "c.txt", "c");
-  ASSERT_EQ(RunAcearc({"a", "w.ace", "a*b.txt", "axb.txt", "c.txt"}, dir.path()).exitCode, 0);
-  const acetest::Bytes before = acetest::ReadFileBytes(dir.path() / "w.ace");
-  RunResult deleted = RunAcearc({"d", "w.ace", "a*b.txt", "-x", "axb.txt"}, dir.path());
+TEST_F(Acearc, ANameThePluginWouldTakeForAMaskChangesNothing) {
+  for (const char* name : {"a*b.txt", "axb.txt", "c.txt"}) acetest::WriteFileText(Path(name), name);
+  ASSERT_EQ(Run({"a", "w.ace", "a*b.txt", "axb.txt", "c.txt"}).exitCode, 0);
+  const acetest::Bytes before = acetest::ReadFileBytes(Path("w.ace"));
+  const RunResult deleted = Run({"d", "w.ace", "a*b.txt", "-x", "axb.txt"});
   EXPECT_EQ(deleted.exitCode, 2) << deleted.err;
-  EXPECT_NE(deleted.err.find("cannot tell axb.txt apart"), std::string::npos) << deleted.err;
-  EXPECT_EQ(acetest::ReadFileBytes(dir.path() / "w.ace"), before);
+  EXPECT_TRUE(Has(deleted.err, "cannot tell axb.txt apart")) << deleted.err;
+  EXPECT_EQ(acetest::ReadFileBytes(Path("w.ace")), before);
   // When what the plug-in takes besides was chosen as well, the change goes ahead.
-  RunResult kept = RunAcearc({"d", "w.ace", "-x", "c.txt", "*"}, dir.path());
-  EXPECT_EQ(kept.exitCode, 0) << kept.err;
-  EXPECT_EQ(EntryNames(ListJson(dir.path() / "w.ace")), Names{"c.txt"});
+  EXPECT_EQ(Run({"d", "w.ace", "-x", "c.txt", "*"}).exitCode, 0);
+  EXPECT_EQ(Names("w.ace"), Strings{"c.txt"});
 }
 
-TEST(CliUnixMasks, AddLeavesOutWhatExcludesSelect) {
-  acetest::TempDir dir;
-  MakeSampleTree(dir.path());
-  RunResult made =
-      RunAcearc({"a", "-x", "*.txt", "-x", "tree/src/lib", "s.ace", "tree"}, dir.path());
+TEST_F(Acearc, AddLeavesOutWhatExcludesSelect) {
+  MakeTree();
+  const RunResult made = Run({"a", "-x", "*.txt", "-x", "tree/src/lib", "s.ace", "tree"});
   ASSERT_EQ(made.exitCode, 0) << made.err;
-  EXPECT_EQ(EntryNames(ListJson(dir.path() / "s.ace")),
-            (Names{"tree/", "tree/data/", "tree/data/noise.bin", "tree/emptydir/", "tree/src/",
-                   "tree/src/main.c"}));
+  EXPECT_EQ(Names("s.ace"), (Strings{"tree/", "tree/data/", "tree/data/noise.bin", "tree/emptydir/",
+                                     "tree/src/", "tree/src/main.c"}));
 }
 
 }  // namespace

@@ -1,9 +1,7 @@
 // Level 0 searches whole chains and can spend seconds on the input behind one
 // output write; its progress reports (where a host's stop is taken) must come
 // every few KB of input instead, and must not change a byte of the output.
-#include <gtest/gtest.h>
-
-#include "compress/compress_support.h"
+#include "support/packing.h"
 
 namespace acetest {
 namespace {
@@ -13,21 +11,19 @@ TEST(SlowLevelProgress, ReportsEveryFewKilobytesOfInputWithTheSameOutput) {
   Bytes input;
   const Bytes verse = TextBytes(3000, 11);
   while (input.size() < 400000) input.insert(input.end(), verse.begin(), verse.end());
-
   for (int32_t level : {0, 1}) {
     SCOPED_TRACE(level);
     ace::Compressor compressor;
     ASSERT_TRUE(compressor.Init(64, level));
     MemoryIo io;
     io.listen = true;
-    const PackResult result = RunFile(compressor, io, input);
-    ASSERT_EQ(result.status, 0u);
+    ASSERT_EQ(PackWith(compressor, io, input).status, 0u);
     EXPECT_EQ(io.output, Pack(input, 64, level).packed) << "reports must not change the data";
     int64_t processed = 0;
     int32_t widest = 0;
-    for (const ProgressCall& report : io.reports) {
-      processed += report.step;
-      widest = std::max(widest, report.step);
+    for (const auto& [percent, step] : io.reports) {
+      processed += step;
+      widest = std::max(widest, step);
     }
     EXPECT_EQ(processed, static_cast<int64_t>(input.size()));
     // 4 KB of input and the match that crossed the mark; level 1 keeps its

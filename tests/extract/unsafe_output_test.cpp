@@ -2,55 +2,38 @@
 // the host's warning procedure, the others are extracted, control characters
 // reach the disk as "_", and nothing is written outside the output folder or
 // through a symbolic link, also when a link appears after the plug-in looked.
-#include <algorithm>
 #include <set>
 
-#include "extract/host.h"
+#include "support/ace_builder.h"
+#include "support/host.h"
 
 namespace acetest {
 namespace {
 
 namespace fs = std::filesystem;
 
-class UnsafeOutput : public ExtractFixture {
- protected:
-  void TearDown() override {
-    SetSetWarningProc(0, nullptr);  // it outlives DoneArcFile
-    ExtractFixture::TearDown();
-  }
-  static int32_t OnWarning(AceContext context, const char* text) {
-    reinterpret_cast<UnsafeOutput*>(context)->warnings_.emplace_back(text);
-    return 0;
-  }
-  void OpenWithPaths(const std::vector<AceEntry>& entries) {
-    Open(WriteArchive(AceArchive(entries)));
-    SetRestorePaths(1);
-    SetSetWarningProc(reinterpret_cast<AceContext>(this), &OnWarning);
-  }
-  // Every regular file below the test's folder but the archive, relative.
-  std::set<std::string> FilesWritten() const {
-    std::set<std::string> files;
-    for (const auto& e : fs::recursive_directory_iterator(dir_.path())) {
-      if (e.is_regular_file() && e.path().filename() != "test.ace")
-        files.insert(fs::relative(e.path(), dir_.path()).string());
-    }
-    return files;
-  }
-  bool Warned(const std::string& name, const std::string& why) const {
-    return std::count(warnings_.begin(), warnings_.end(),
-                      "refusing to extract " + name + ": " + why) == 1;
-  }
-  std::vector<std::string> warnings_;
-};
+AceEntry Stored(const std::string& name) {
+  return {.name = name, .data = AsBytes("data of " + name)};
+}
 
-TEST_F(UnsafeOutput, UnsafeNamesAreLeftOutAndNamedTheRestIsExtracted) {
-  ACE_POSIX_ONLY("symbolic links");
-  const fs::path outside = dir_.path() / "outside";
+// Every regular file below `dir` but the archive, relative.
+std::set<std::string> FilesWritten(const fs::path& dir) {
+  std::set<std::string> files;
+  for (const auto& e : fs::recursive_directory_iterator(dir)) {
+    if (e.is_regular_file() && e.path().filename() != "t.ace")
+      files.insert(fs::relative(e.path(), dir).string());
+  }
+  return files;
+}
+
+TEST(UnsafeOutput, UnsafeNamesAreLeftOutAndNamedTheRestIsExtracted) {
+  TempDir dir;
+  const fs::path outside = dir.path() / "outside", out = dir.path() / "out";
   fs::create_directories(outside);
   WriteFileText(outside / "target.txt", "keep");
-  fs::create_directories(out());
-  fs::create_directory_symlink(outside, fs::path(out()) / "link");
-  fs::create_symlink(outside / "target.txt", fs::path(out()) / "file");
+  fs::create_directories(out);
+  fs::create_directory_symlink(outside, out / "link");
+  fs::create_symlink(outside / "target.txt", out / "file");
   const std::string link = "a folder on its path is a symbolic link";
   const struct {
     std::string stored;
@@ -71,38 +54,44 @@ TEST_F(UnsafeOutput, UnsafeNamesAreLeftOutAndNamedTheRestIsExtracted) {
   std::vector<AceEntry> entries;
   std::set<std::string> expected = {"outside/target.txt"};
   for (const auto& c : cases) {
-    entries.push_back(Stored(c.stored, "data of " + c.stored));
+    entries.push_back(Stored(c.stored));
     if (!c.refused) expected.insert("out/" + c.written);
   }
-  OpenWithPaths(entries);
-  Extract();
-  EXPECT_EQ(GetArchiveStatus(), AR_BAD_DIR_NAME);
-  EXPECT_EQ(FilesWritten(), expected);
+  WriteFileBytes(dir / "t.ace", AceArchive(entries));
+  Host host;
+  EXPECT_EQ(Extract(dir / "t.ace", out, {"*.*"}, 1, &host), AR_BAD_DIR_NAME);
+  EXPECT_EQ(FilesWritten(dir.path()), expected);
+  const std::vector<std::string> warnings = host.Of("warning");
   for (const auto& c : cases) {
-    if (c.refused) EXPECT_TRUE(Warned(c.stored, c.written)) << c.stored;
-    if (!c.refused) EXPECT_EQ(ReadFileBytes(OutFile(c.written)), TextBytes("data of " + c.stored));
+    const std::string warning = "refusing to extract " + c.stored + ": " + c.written;
+    if (c.refused) EXPECT_EQ(std::count(warnings.begin(), warnings.end(), warning), 1) << c.stored;
+    if (!c.refused) EXPECT_EQ(ReadFileText(out / c.written), "data of " + c.stored);
   }
-  EXPECT_EQ(warnings_.size(), 6u);
-  EXPECT_EQ(ReadFileBytes(outside / "target.txt"), TextBytes("keep"));
+  EXPECT_EQ(warnings.size(), 6u);
+  EXPECT_EQ(ReadFileText(outside / "target.txt"), "keep");
 }
 
 // A folder that becomes a link after the plug-in chose the name: the
 // extraction library looks again and refuses it itself.
-TEST_F(UnsafeOutput, TheExtractionLibraryNeverWritesThroughALink) {
-  ACE_POSIX_ONLY("symbolic links");
+TEST(UnsafeOutput, TheExtractionLibraryNeverWritesThroughALink) {
+  TempDir dir;
   static fs::path raceLink, raceTarget;
-  raceLink = fs::path(out()) / "race";
-  raceTarget = dir_.path() / "outside";
+  raceLink = dir.path() / "out" / "race";
+  raceTarget = dir.path() / "outside";
   fs::create_directories(raceTarget);
-  OpenWithPaths({Stored("race\\f.txt", "f")});
-  SetSetFileNameProc(0, [](AceContext, const char*, const char*) {
-    fs::create_directory_symlink(raceTarget, raceLink);
-    return 0;
-  });
-  Extract();
-  EXPECT_EQ(GetArchiveStatus(), AR_IO_ERROR);
+  fs::create_directories(raceLink.parent_path());
+  WriteFileBytes(dir / "t.ace", AceArchive({Stored("race\\f.txt")}));
+  Host host;
+  host.beforeExport = [] {
+    SetSetFileNameProc(0, [](AceContext, const char*, const char*) {
+      fs::create_directory_symlink(raceTarget, raceLink);
+      return 0;
+    });
+  };
+  EXPECT_EQ(Extract(dir / "t.ace", dir / "out", {"*.*"}, 1, &host), AR_IO_ERROR);
   EXPECT_FALSE(fs::exists(raceTarget / "f.txt"));
-  EXPECT_TRUE(FilesNamed(".$UN").empty());
+  for (const auto& e : fs::recursive_directory_iterator(dir.path()))
+    EXPECT_NE(e.path().extension(), ".$UN") << e.path();
 }
 
 }  // namespace

@@ -1,18 +1,13 @@
 // Texts far longer than their fields, at every entry point that takes one:
 // each is cut to its field, or refused where a cut would name another file,
 // and no byte of the state outside what the call may set changes.
-#include <cstring>
-#include <functional>
-#include <string>
-#include <vector>
-
-#include "plugin_fixture.h"
+#include "plugin/state.h"
 #include "support/test_support.h"
 
 namespace acetest {
 namespace {
 
-TEST_F(PluginTest, OverlongTextsAtEveryEntryPointStayInsideTheirFields) {
+TEST(PluginState, OverlongTextsAtEveryEntryPointStayInsideTheirFields) {
   const std::string huge(10000, 'z'), z259(259, 'z'), z263(263, 'z'), z271(271, 'z');
   TempDir dir;
   const std::string path = dir / huge;
@@ -22,7 +17,7 @@ TEST_F(PluginTest, OverlongTextsAtEveryEntryPointStayInsideTheirFields) {
   std::memset(&decomp, 'z', sizeof decomp);
   FileMaskList masks;
   InitFileMaskList(&masks);
-  ace::PluginState& s = S();
+  ace::PluginState& s = ace::State();
   const auto paths = sizeof s.InputPath;
   // The calls that do not take `huge` itself.
   auto setComp = [&](const char*) { SetCompExtraFeatures(&comp); };
@@ -84,6 +79,7 @@ TEST_F(PluginTest, OverlongTextsAtEveryEntryPointStayInsideTheirFields) {
   EXPECT_EQ(masks.First->BaseName, std::string(255, 'z'));
   EXPECT_EQ(masks.First->Extension, std::string(255, 'z'));
   DoneFileMaskList(&masks);
+  DoneArcFile();
 }
 
 }  // namespace

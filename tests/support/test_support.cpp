@@ -1,5 +1,6 @@
 #include "support/test_support.h"
 
+#include <gtest/gtest.h>
 #ifdef _WIN32
 #  include <windows.h>
 #endif
@@ -10,13 +11,75 @@
 #include <random>
 #include <stdexcept>
 
-namespace acetest {
+#include "format/crc32.h"
 
+namespace fs = std::filesystem;
+
+namespace acetest {
 namespace {
 
 #ifdef _WIN32
 constexpr const char* kTempVariable = "TMP";
-std::string AnsiOf(const std::string& utf8) {
+void SetEnv(const char* name, const char* value) { _putenv_s(name, value != nullptr ? value : ""); }
+void ResetTimeZone() { _tzset(); }
+// Built-in paths are the build machine's; Wine shows its root as drive Z:.
+fs::path BuildPath(const char* path) {
+  fs::path out = path[0] == '/' ? "Z:" + std::string(path) : std::string(path);
+  return out.make_preferred();
+}
+#else
+constexpr const char* kTempVariable = "TMPDIR";
+void SetEnv(const char* name, const char* value) {
+  value != nullptr ? setenv(name, value, 1) : unsetenv(name);
+}
+void ResetTimeZone() { tzset(); }
+fs::path BuildPath(const char* path) { return path; }
+#endif
+
+// Local time is Berlin's in every program, as CTest sets it, so that DOS
+// stamps and their summer and winter offsets are the same on any machine.
+class BerlinTime : public ::testing::Environment {
+  void SetUp() override {
+#ifdef _WIN32
+    // Berlin's rules in the POSIX form, which both Wine and the C runtime read.
+    SetEnv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3");
+#else
+    SetEnv("TZ", "Europe/Berlin");
+#endif
+    ResetTimeZone();
+  }
+};
+::testing::Environment* const kBerlinTime = ::testing::AddGlobalTestEnvironment(new BerlinTime);
+
+}  // namespace
+
+TempDir::TempDir() {
+  std::random_device seed;
+  std::mt19937 draw(seed());
+  for (int attempt = 0; attempt < 100 && path_.empty(); ++attempt) {
+    const fs::path candidate = fs::temp_directory_path() / ("acetest-" + std::to_string(draw()));
+    if (fs::create_directory(candidate)) path_ = candidate;
+  }
+  if (path_.empty()) throw std::runtime_error("no temporary folder");
+}
+
+TempDir::~TempDir() {
+  std::error_code ec;
+  for (auto& entry : fs::recursive_directory_iterator(path_, ec)) {
+    fs::permissions(entry.path(), fs::perms::owner_all, fs::perm_options::add, ec);
+  }
+  fs::remove_all(path_, ec);
+}
+
+ScopedTempFolder::ScopedTempFolder(const fs::path& folder) {
+  if (const char* old = std::getenv(kTempVariable)) old_ = old;
+  SetEnv(kTempVariable, folder.string().c_str());
+}
+
+ScopedTempFolder::~ScopedTempFolder() { SetEnv(kTempVariable, old_ ? old_->c_str() : nullptr); }
+
+#ifdef _WIN32
+std::string Ansi(const std::string& utf8) {
   const int n = static_cast<int>(utf8.size());
   std::wstring wide(utf8.size(), L'\0');
   wide.resize(static_cast<size_t>(MultiByteToWideChar(CP_UTF8, 0, utf8.data(), n, &wide[0], n)));
@@ -26,56 +89,13 @@ std::string AnsiOf(const std::string& utf8) {
                           static_cast<int>(out.size()), nullptr, nullptr)));
   return out;
 }
-bool IsWine() {
+bool UnderWine() {
   return GetProcAddress(GetModuleHandleA("ntdll.dll"), "wine_get_version") != nullptr;
 }
-void SetEnv(const char* name, const char* value) { _putenv_s(name, value != nullptr ? value : ""); }
-// Built-in paths are the build machine's; Wine shows its root as drive Z:.
-std::filesystem::path BuildPath(const char* path) {
-  std::filesystem::path out = path[0] == '/' ? "Z:" + std::string(path) : std::string(path);
-  return out.make_preferred();
-}
 #else
-constexpr const char* kTempVariable = "TMPDIR";
-std::string AnsiOf(const std::string& utf8) { return utf8; }
-bool IsWine() { return false; }
-void SetEnv(const char* name, const char* value) {
-  value != nullptr ? setenv(name, value, 1) : unsetenv(name);
-}
-std::filesystem::path BuildPath(const char* path) { return path; }
+std::string Ansi(const std::string& utf8) { return utf8; }
+bool UnderWine() { return false; }
 #endif
-
-}  // namespace
-
-TempDir::TempDir() {
-  std::random_device seed;
-  std::mt19937 draw(seed());
-  for (int attempt = 0; attempt < 100 && path_.empty(); ++attempt) {
-    auto candidate = std::filesystem::temp_directory_path() / ("acetest-" + std::to_string(draw()));
-    if (std::filesystem::create_directory(candidate)) path_ = candidate;
-  }
-  if (path_.empty()) throw std::runtime_error("no temporary folder");
-}
-
-TempDir::~TempDir() {
-  std::error_code ec;
-  // Read-only files and folders made by tests must not stop the clean-up.
-  for (auto& entry : std::filesystem::recursive_directory_iterator(path_, ec)) {
-    std::filesystem::permissions(entry.path(), std::filesystem::perms::owner_all,
-                                 std::filesystem::perm_options::add, ec);
-  }
-  std::filesystem::remove_all(path_, ec);
-}
-
-ScopedTempFolder::ScopedTempFolder(const std::filesystem::path& folder) {
-  if (const char* old = std::getenv(kTempVariable)) old_ = old;
-  SetEnv(kTempVariable, folder.string().c_str());
-}
-
-ScopedTempFolder::~ScopedTempFolder() { SetEnv(kTempVariable, old_ ? old_->c_str() : nullptr); }
-
-std::string Ansi(const std::string& utf8) { return AnsiOf(utf8); }
-bool UnderWine() { return IsWine(); }
 
 int64_t UtcSecondsOf(const std::tm& time) {
   using namespace std::chrono;
@@ -91,7 +111,7 @@ int64_t CurrentUtcOffset() {
   return UtcSecondsOf(local) - static_cast<int64_t>(now);
 }
 
-void SetWriteTime(const std::filesystem::path& path, int64_t unixSeconds) {
+void SetWriteTime(const fs::path& path, int64_t unixSeconds) {
 #ifdef _WIN32
   // The C runtime's call behind std::filesystem cannot open a folder.
   HANDLE file = CreateFileW(path.c_str(), FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ, nullptr,
@@ -103,33 +123,48 @@ void SetWriteTime(const std::filesystem::path& path, int64_t unixSeconds) {
   if (!done) throw std::runtime_error("cannot set the time of " + path.string());
 #else
   const std::chrono::sys_seconds moment{std::chrono::seconds(unixSeconds)};
-  std::filesystem::last_write_time(path, std::chrono::file_clock::from_sys(moment));
+  fs::last_write_time(path, std::chrono::file_clock::from_sys(moment));
 #endif
 }
 
-Bytes ReadFileBytes(const std::filesystem::path& path) {
+Bytes ReadFileBytes(const fs::path& path) {
   std::ifstream in(path, std::ios::binary);
   if (!in) throw std::runtime_error("cannot read " + path.string());
   return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
-void WriteFileBytes(const std::filesystem::path& path, const Bytes& data) {
+std::string ReadFileText(const fs::path& path) {
+  const Bytes bytes = ReadFileBytes(path);
+  return std::string(bytes.begin(), bytes.end());
+}
+
+void WriteFileBytes(const fs::path& path, const Bytes& data) {
   std::ofstream out(path, std::ios::binary | std::ios::trunc);
   out.write(reinterpret_cast<const char*>(data.data()), static_cast<std::streamsize>(data.size()));
   if (!out) throw std::runtime_error("cannot write " + path.string());
 }
 
-void WriteFileText(const std::filesystem::path& path, const std::string& text) {
-  WriteFileBytes(path, Bytes(text.begin(), text.end()));
+void WriteFileText(const fs::path& path, const std::string& text) {
+  WriteFileBytes(path, AsBytes(text));
 }
 
-std::filesystem::path SharedDir() { return BuildPath(ACE_SHARED_DIR); }
-std::filesystem::path TestDataDir() { return BuildPath(ACE_TEST_DATA_DIR); }
-std::filesystem::path BinDir() { return BuildPath(ACE_BIN_DIR); }
+Tree ReadTree(const fs::path& dir) {
+  Tree out;
+  for (const auto& e : fs::recursive_directory_iterator(dir)) {
+    const std::string name = fs::relative(e.path(), dir).generic_string();
+    out.emplace_back(e.is_directory() ? name + "/" : name,
+                     e.is_directory() ? "" : ReadFileText(e.path()));
+  }
+  std::sort(out.begin(), out.end());
+  return out;
+}
+
+fs::path VectorsDir() { return BuildPath(ACE_TEST_DATA_DIR) / "vectors"; }
+fs::path BinDir() { return BuildPath(ACE_BIN_DIR); }
 #ifdef _WIN32
-std::filesystem::path PluginPath() { return BinDir() / "aceplug.dll"; }
+fs::path PluginPath() { return BinDir() / "aceplug.dll"; }
 #else
-std::filesystem::path PluginPath() { return BinDir() / "libaceplug.so"; }
+fs::path PluginPath() { return BinDir() / "libaceplug.so"; }
 #endif
 
 Bytes RandomBytes(size_t size, uint32_t seed) {
@@ -139,22 +174,24 @@ Bytes RandomBytes(size_t size, uint32_t seed) {
   return out;
 }
 
-Bytes Letters(size_t size, uint32_t seed, uint8_t count) {
-  Bytes data = RandomBytes(size, seed);
-  for (auto& b : data) b = static_cast<uint8_t>('a' + b % count);
-  return data;
+Bytes TextBytes(size_t size, uint32_t seed) {
+  static const char* const kWords[] = {"alpha ", "beta ", "gamma ", "delta\n", "epsilon ",
+                                       "zeta ",  "eta ",  "theta ", "iota\n",  "kappa "};
+  std::mt19937 gen(seed);
+  std::string s;
+  while (s.size() < size) s += kWords[gen() % 10];
+  s.resize(size);
+  return AsBytes(s);
 }
 
-Bytes VectorBytes(const std::string& relative) {
-  const std::filesystem::path local = TestDataDir() / "vectors" / relative;
-  return ReadFileBytes(std::filesystem::exists(local) ? local : SharedDir() / "vectors" / relative);
+uint32_t DataCrc(const Bytes& data) {
+  return ace::Crc32Update(ace::kCrcInit, data.data(), data.size());
 }
 
-Bytes CorpusBytes(const std::string& name) { return ReadFileBytes(SharedDir() / "corpus" / name); }
+Bytes VectorBytes(const std::string& relative) { return ReadFileBytes(VectorsDir() / relative); }
 
 std::vector<VectorRow> VectorRows() {
-  const Bytes table = VectorBytes("packed.tsv");
-  std::istringstream in(std::string(table.begin(), table.end()));
+  std::istringstream in(ReadFileText(VectorsDir() / "packed.tsv"));
   std::vector<VectorRow> rows;
   std::string line;
   std::getline(in, line);  // column names

@@ -1,11 +1,15 @@
-// Helpers shared by the test programs: temporary directories, whole-file
-// reads and writes, and paths of the test data.
+// Helpers shared by the test programs: private temporary folders, whole-file
+// reads and writes, generated data and the golden vectors in tests/data.
 #pragma once
+
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <ctime>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -24,8 +28,8 @@ namespace acetest {
 
 using Bytes = std::vector<uint8_t>;
 
-// A fresh directory under the system temporary folder, removed with all it
-// holds when the object goes away.
+// A fresh folder under the system temporary folder, removed with all it holds
+// (read-only files too) when the object goes.
 class TempDir {
  public:
   TempDir();
@@ -34,7 +38,6 @@ class TempDir {
   TempDir& operator=(const TempDir&) = delete;
   const std::filesystem::path& path() const { return path_; }
   std::string str() const { return path_.string(); }
-  // path / name as a string
   std::string operator/(const std::string& name) const { return (path_ / name).string(); }
 
  private:
@@ -70,57 +73,54 @@ int64_t UtcSecondsOf(const std::tm& time);
 void SetWriteTime(const std::filesystem::path& path, int64_t unixSeconds);
 
 Bytes ReadFileBytes(const std::filesystem::path& path);
+std::string ReadFileText(const std::filesystem::path& path);
 void WriteFileBytes(const std::filesystem::path& path, const Bytes& data);
 void WriteFileText(const std::filesystem::path& path, const std::string& text);
+// Every file below `dir` (relative, "/" separated) with its contents, sorted;
+// folders end in "/" and have no contents.
+using Tree = std::vector<std::pair<std::string, std::string>>;
+Tree ReadTree(const std::filesystem::path& dir);
 
-// ../shared (golden vectors, corpus) and tests/data.
-std::filesystem::path SharedDir();
-std::filesystem::path TestDataDir();
-// The folder that holds the built plug-in, UnAceV2.Dll and acearc, and the
-// plug-in itself (libaceplug.so; aceplug.dll on Windows).
-std::filesystem::path BinDir();
-std::filesystem::path PluginPath();
+std::filesystem::path VectorsDir();  // tests/data/vectors
+std::filesystem::path BinDir();      // the plug-in, UnAceV2.Dll, acearc
+std::filesystem::path PluginPath();  // libaceplug.so; aceplug.dll on Windows
 
-// Deterministic pseudo-random bytes.
 Bytes RandomBytes(size_t size, uint32_t seed);
-// Deterministic pseudo-random letters from the first `count` of 'a'..'z'.
-Bytes Letters(size_t size, uint32_t seed, uint8_t count);
+// Words of a small vocabulary in lines: text that compresses.
+Bytes TextBytes(size_t size, uint32_t seed);
+inline Bytes AsBytes(const std::string& text) { return Bytes(text.begin(), text.end()); }
+// The CRC register over `data` as file headers store it.
+uint32_t DataCrc(const Bytes& data);
 
-// A golden-vector file (packed.tsv, inputs/..., packed/...): the small ones
-// are kept in tests/data, the rest come from the shared folder.
-Bytes VectorBytes(const std::string& relative);
-Bytes CorpusBytes(const std::string& name);
-
-// One row of packed.tsv: `input` compressed with a dictionary and level,
-// alone (run "-") or as file `runIndex` of a solid run.
+// One row of vectors/packed.tsv: `input` compressed with a dictionary and a
+// level, alone (run "-") or as file `runIndex` of a solid run. Inputs of the
+// corpus (outside tests/data) are not in the project.
 struct VectorRow {
   std::string input;
   int32_t dictionaryKB = 0;
   int32_t level = 0;
   std::string run;
   int runIndex = -1;
-  size_t size = 0;
+  uint32_t size = 0;
   uint32_t crc = 0;
   uint32_t packedSize = 0;
   std::string packed;
+  bool InCorpus() const { return input.rfind("../corpus/", 0) == 0; }
 };
 std::vector<VectorRow> VectorRows();
+Bytes VectorBytes(const std::string& relative);
 
 // Where two byte strings first differ, or "" when they are equal; keeps
 // failures on large data short.
 template <class A, class B>
 std::string FirstDifference(const A& expected, const B& actual) {
   const size_t n = std::min(expected.size(), actual.size());
-  const size_t i = static_cast<size_t>(
-      std::mismatch(expected.begin(), expected.begin() + static_cast<std::ptrdiff_t>(n),
-                    actual.begin())
-          .first -
-      expected.begin());
+  size_t i = 0;
+  while (i < n && expected[i] == actual[i]) ++i;
   if (i == n && expected.size() == actual.size()) return "";
   std::ostringstream s;
   s << "first difference at byte " << i << " of " << expected.size() << " expected / "
     << actual.size() << " actual";
-  if (i < n) s << std::hex << ": 0x" << +uint8_t(expected[i]) << " vs 0x" << +uint8_t(actual[i]);
   return s.str();
 }
 

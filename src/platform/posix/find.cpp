@@ -85,6 +85,8 @@ bool Describe(const std::string& directory, const std::string& name, WIN32_FIND_
   std::memset(data, 0, sizeof *data);
   data->dwFileAttributes = AttributesFromStat(st, name, isLink);
   data->ftLastWriteTime = FileTimeFromTimespec(st.st_mtim);
+  // Not every file system keeps a birth time, and none lets it be set; the
+  // last-write time stands in, so a folder's time survives a round trip.
   data->ftCreationTime = data->ftLastWriteTime;
   data->ftLastAccessTime = FileTimeFromTimespec(st.st_atim);
   if (S_ISREG(st.st_mode)) {
