@@ -129,7 +129,7 @@ TEST_F(Change, ASolidArchiveIsRebuiltAsOneRunInExtensionOrder) {
   ASSERT_GE(shown.size(), order.size());
   for (size_t i = 0; i < order.size(); ++i) {
     const std::string base = order[i].substr(order[i].rfind('\\') + 1);
-    EXPECT_EQ(shown[shown.size() - order.size() + i], tmp.string() + "/" + base + "|\\" + order[i]);
+    EXPECT_EQ(shown[shown.size() - order.size() + i], (tmp / base).string() + "|\\" + order[i]);
   }
   EXPECT_EQ(Extracted(), (Tree{{"b.c", Text(8000, 2)},
                                {"docs/", ""},
