@@ -59,7 +59,8 @@ RunResult RunAcearc(const std::vector<std::string>& args, const fs::path& cwd, i
   startup.hStdOutput = Inheritable((capture.path() / "out").c_str(), GENERIC_WRITE, CREATE_ALWAYS);
   startup.hStdError = Inheritable((capture.path() / "err").c_str(), GENERIC_WRITE, CREATE_ALWAYS);
   std::wstring line = Quoted((acetest::BinDir() / "acearc.exe").wstring());
-  for (const std::string& arg : args) line += L" " + Quoted(fs::path(arg).wstring());
+  for (const std::string& arg : args)
+    line += L" " + Quoted(fs::path(std::u8string(arg.begin(), arg.end())).wstring());
   PROCESS_INFORMATION process{};
   const bool started = CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr,
                                       cwd.empty() ? nullptr : cwd.c_str(), &startup, &process);
