@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "crc32.h"
 #include "entry_format.h"
 #include "file_access.h"
+#include "file_check.h"
 
 namespace acearc {
 

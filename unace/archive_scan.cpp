@@ -169,4 +169,14 @@ std::string VolumePath(const std::string& firstVolume, uint32_t number) {
   return firstVolume.substr(0, cut) + ext;
 }
 
+void DescribeArchive(const MainHeader& main, char* name, uint32_t volume, AceArchiveData* data) {
+  data->ArchiveName = name;
+  data->VolumeNumber = volume;
+  data->Flags = main.Flags;
+  data->HostCreated = main.HostCreated;
+  data->TimeCreated = main.TimeCreated;
+  data->VersionCreated = main.VerCreated;
+  data->VersionExtract = main.VerExtract;
+}
+
 }  // namespace ace::unace

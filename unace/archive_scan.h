@@ -6,6 +6,7 @@
 #include <string>
 
 #include "platform/win32.h"
+#include "unace/unacev2.h"
 
 namespace ace::unace {
 
@@ -64,6 +65,9 @@ enum class HeaderRead {
 // Finds the main header: "**ACE**" at offset 7 of a type-0 header that lies
 // wholly within the first kMainHeaderSearchBytes and whose checksum holds.
 bool FindMainHeader(HANDLE file, MainHeader* header);
+// The archive record the callbacks see for the volume `name` (number
+// `volume`) whose main header is `main`; the reserved words are left alone.
+void DescribeArchive(const MainHeader& main, char* name, uint32_t volume, AceArchiveData* data);
 // The position of the first valid file header after the main header (bytes in
 // between are stepped over), or -1 when there is none within the search range.
 int64_t FindFirstHeader(HANDLE file, const MainHeader& main);

@@ -48,13 +48,7 @@ UNACE_API int UNACE_CALL ACEReadArchiveData(const char* archive, AceReadArchiveD
   std::strncpy(g_archiveName, archive, sizeof g_archiveName - 1);
   g_archiveName[sizeof g_archiveName - 1] = '\0';
   g_archiveData = AceArchiveData{};
-  g_archiveData.ArchiveName = g_archiveName;
-  g_archiveData.VolumeNumber = main.VolumeNum;
-  g_archiveData.Flags = main.Flags;
-  g_archiveData.HostCreated = main.HostCreated;
-  g_archiveData.TimeCreated = main.TimeCreated;
-  g_archiveData.VersionCreated = main.VerCreated;
-  g_archiveData.VersionExtract = main.VerExtract;
+  DescribeArchive(main, g_archiveName, main.VolumeNum, &g_archiveData);
   data->ArchiveData = &g_archiveData;
   return ACE_RESULT_OK;
 }

@@ -148,14 +148,7 @@ void Operation::CloseVolume() {
 void Operation::DescribeVolume() {
   volumeNameBuffer_.assign(volumePath_.begin(), volumePath_.end());
   volumeNameBuffer_.resize(std::max<size_t>(volumeNameBuffer_.size() + 1, 272), '\0');
-  AceArchiveData& a = notifier_.archive;
-  a.ArchiveName = volumeNameBuffer_.data();
-  a.VolumeNumber = volumeNumber_;
-  a.Flags = main_.Flags;
-  a.HostCreated = main_.HostCreated;
-  a.TimeCreated = main_.TimeCreated;
-  a.VersionCreated = main_.VerCreated;
-  a.VersionExtract = main_.VerExtract;
+  DescribeArchive(main_, volumeNameBuffer_.data(), volumeNumber_, &notifier_.archive);
 }
 
 bool Operation::NextVolume(const EntryHeader& entry, EntryHeader* continuation) {

@@ -240,22 +240,52 @@ typedef struct MainCommentInfo {
   uint32_t Reserved12[4]; /* 12 */
 } MainCommentInfo;
 
-/* ---- callbacks ---- */
+/* ---- callbacks ----
+   Every callback runs on the thread that called the export, in the middle of
+   the operation; it must not call the plug-in's exports again. Texts handed to
+   a callback belong to the plug-in and are valid only during the call. A
+   callback that is not set is never called: nothing is asked, and the answer
+   each description gives for "not set" applies. An answer that stops an
+   operation leaves AR_ABORTED. */
+
+/* Announces a long operation and its total in bytes (code AR_SIGNAL_...).
+   The result is ignored. */
 typedef int32_t(ACEPLUG_CALL* AceSignalProc)(AceContext context, uint32_t totalLow,
                                              uint32_t totalHigh, int32_t code);
 /* Called during extraction for each entry left out for its name:
-   "refusing to extract NAME: REASON". */
+   "refusing to extract NAME: REASON". The result is ignored. */
 typedef int32_t(ACEPLUG_CALL* AceWarningProc)(AceContext context, const char* text);
+/* Asks for volume `volume` (passed twice) of a multi-volume archive when its
+   file is missing. `directory` holds its drive and directory without a
+   trailing "\" in a 272-byte buffer that the host may rewrite in place.
+   Returns 0 to go on with that directory, anything else to cancel. */
 typedef int32_t(ACEPLUG_CALL* AceNextDiskProc)(AceContext context, char* directory, int32_t zero,
                                                int32_t volume, int32_t volumeAgain);
+/* Stored, never called. */
 typedef int32_t(ACEPLUG_CALL* AceSfxProgressProc)(AceContext context, int32_t percent,
                                                   int32_t step);
+/* Names the file about to be processed: `path` where it is read or written,
+   `shownName` the name as stored or written. The result is ignored. */
 typedef int32_t(ACEPLUG_CALL* AceFileNameProc)(AceContext context, const char* path,
                                                const char* shownName);
+/* A file or folder to add cannot be found. Returns 1 to leave it out and go
+   on, 2 to stop. Not set: the addition fails with AR_IO_ERROR. */
 typedef int32_t(ACEPLUG_CALL* AceSkipFileProc)(AceContext context, const char* path);
+/* Asks for the password of the encrypted entry `name` (base name and
+   extension). The host writes it NUL-terminated into `buffer` (272 bytes, at
+   most 271 characters) and returns non-zero; 0 cancels. The password given
+   with SetCryptKey is not consulted. */
 typedef int32_t(ACEPLUG_CALL* AceCryptKeyProc)(AceContext context, char* buffer, const char* name,
                                                int32_t zero);
+/* Progress of the current file or entry: `percent` done (0..100), `step` the
+   bytes done since the previous call (100 for each entry a delete leaves
+   out). Returns non-zero to go on, 0 to stop. */
 typedef int32_t(ACEPLUG_CALL* AceProgressProc)(AceContext context, int32_t percent, int32_t step);
+/* A name is taken: on extraction `existing` is the file on disk and
+   `replacement` the entry; on adding, the other way round. Returns 0 to
+   replace (a read-only file is made writable first), 1 to keep the existing
+   one, 2 to stop (extraction takes every other non-zero answer as a stop).
+   Not set: replace. */
 typedef int32_t(ACEPLUG_CALL* AceReplaceProc)(AceContext context, const AceFindData* existing,
                                               const AceFindData* replacement);
 
@@ -266,24 +296,60 @@ enum {
   AR_SIGNAL_TEST = 11    /* test: total of all entries */
 };
 
-/* ---- lifecycle and settings ---- */
+/* ---- lifecycle and settings ----
+   Expected order: InitArcFile or CreateArcFile; the setters (callbacks, paths,
+   password, option records: the open clears callbacks and password); one or
+   more operations, each followed by GetArchiveStatus; DoneArcFile. One archive
+   and one operation at a time, from one thread. Texts are copied at once and
+   stay the caller's. Between operations no file is held open. */
+
+/* Opens an existing archive for the operations that follow; clears the
+   status, the callbacks (all but signal and warning), the password and the
+   archive's facts, and keeps the paths, options and option records.
+   Leaves: AR_OK (an archive of only a main header too); AR_FILE_NOT_FOUND
+   when `path` is no file (the archive then counts as new, so a compression
+   creates it); AR_IO_ERROR (cannot be opened or read; path too long; null);
+   AR_SIZE_ERROR (2 GiB or more, or its size unreadable); AR_NOT_ACE. After a
+   failure no archive is open. */
 ACEPLUG_API void ACEPLUG_CALL InitArcFile(const char* path);
+/* Names a new archive; nothing is written until the first
+   CompressFileMaskListArc. Leaves AR_OK; AR_IO_ERROR when `path` exists
+   (every setting is then cleared as by DoneArcFile) or cannot be held. */
 ACEPLUG_API void ACEPLUG_CALL CreateArcFile(const char* path);
+/* Closes the archive: releases the main comment, clears every setting but
+   the signal and warning procedures, and the status. Lists stay the host's to
+   release. */
 ACEPLUG_API void ACEPLUG_CALL DoneArcFile(void);
+/* The status the last operation left (the codes above). */
 ACEPLUG_API uint16_t ACEPLUG_CALL GetArchiveStatus(void);
 ACEPLUG_API void ACEPLUG_CALL SetArchiveStatus(uint16_t code);
+/* A 16-bit set of host option bits, kept by InitArcFile and cleared by
+   DoneArcFile; the plug-in only sets bit 0x0001 before a solid rebuild or
+   delete. arOptionsAreOn returns 1 when every given bit is set. */
 ACEPLUG_API void ACEPLUG_CALL arOptionsOn(uint16_t bits);
 ACEPLUG_API void ACEPLUG_CALL arOptionsOff(uint16_t bits);
 ACEPLUG_API uint8_t ACEPLUG_CALL arOptionsAreOn(uint16_t bits);
+/* Base folder of the files to add. A text longer than 3 characters gets a
+   "\" appended, even when it ends in one already. Returns 0. */
 ACEPLUG_API int32_t ACEPLUG_CALL SetInputPath(const char* path);
+/* Prefix of stored names, kept as given. */
 ACEPLUG_API void ACEPLUG_CALL SetRelativePath(const char* path);
+/* Extraction target; a "\" is appended unless it ends in one. */
 ACEPLUG_API void ACEPLUG_CALL SetOutputPath(const char* path);
+/* An empty text forgets the password; the text is kept otherwise. */
 ACEPLUG_API void ACEPLUG_CALL SetCryptKey(const char* key);
+/* Reset to the defaults (1024 KB, level 1, not solid), then takes the
+   record's dictionary code, level, solid flag, path flag and texts, each only
+   when valid; a non-empty relative or input path also becomes the current
+   one. Also makes listing read file comments. */
 ACEPLUG_API void ACEPLUG_CALL SetCompExtraFeatures(const CompOptions* options);
+/* Copies the record; a non-empty relative or output path becomes the current
+   one. */
 ACEPLUG_API void ACEPLUG_CALL SetDecompExtraFeatures(const DecompOptions* options);
 
 /* Self-extractors, recovery records and writing comments are not offered:
-   CreateExeArc and CreateArcSfx2 do nothing; the others leave AR_NOT_SUPPORTED. */
+   CreateExeArc and CreateArcSfx2 do nothing and leave the status as it was;
+   the others leave AR_NOT_SUPPORTED. */
 ACEPLUG_API void ACEPLUG_CALL CreateExeArc(void);
 ACEPLUG_API void ACEPLUG_CALL CreateArcSfx2(void);
 ACEPLUG_API void ACEPLUG_CALL BuildUnDamagedArc(void);
@@ -292,8 +358,11 @@ ACEPLUG_API void ACEPLUG_CALL StripDamageProtXionArc(void);
 ACEPLUG_API void ACEPLUG_CALL SetFileCommentsArc(void);
 ACEPLUG_API void ACEPLUG_CALL SetMainCommentArc(void);
 
-/* ---- callback setters (all but the signal and warning procedures are
-   cleared by InitArcFile, CreateArcFile and DoneArcFile) ---- */
+/* ---- callback setters ----
+   Each stores a context value and a procedure (null: not set). InitArcFile,
+   CreateArcFile and DoneArcFile clear them all but the signal and warning
+   procedures, whose context values they set to 0: set callbacks after the
+   open. */
 ACEPLUG_API void ACEPLUG_CALL SetSetSignalProc(AceContext context, AceSignalProc proc);
 ACEPLUG_API void ACEPLUG_CALL SetSetWarningProc(AceContext context, AceWarningProc proc);
 ACEPLUG_API void ACEPLUG_CALL SetGetNextDiskProc(AceContext context, AceNextDiskProc proc);
@@ -304,22 +373,79 @@ ACEPLUG_API void ACEPLUG_CALL SetSetCryptKeyProc(AceContext context, AceCryptKey
 ACEPLUG_API void ACEPLUG_CALL SetSetProgressProc(AceContext context, AceProgressProc proc);
 ACEPLUG_API void ACEPLUG_CALL SetOkToReplaceProc(AceContext context, AceReplaceProc proc);
 
-/* ---- lists ---- */
+/* ---- lists ----
+   The host owns the list heads; the plug-in allocates the entries, nodes and
+   comments on its own heap, and only the matching Done function releases
+   them. */
+
+/* Zeroes the head; call it before the first build. */
 ACEPLUG_API void ACEPLUG_CALL InitArcFileList(ArcFileList* list);
+/* Releases every entry and its comment and zeroes the head (an empty list
+   only has its head zeroed). */
 ACEPLUG_API void ACEPLUG_CALL DoneArcFileList(ArcFileList* list);
+/* Zeroes the head. */
 ACEPLUG_API void ACEPLUG_CALL InitFileMaskList(FileMaskList* list);
+/* Appends a mask ("DIR\NAME.EXT", wildcards allowed; for adding, a file or
+   folder path). Returns non-zero on success; 0 with AR_NO_MEMORY (the list
+   unchanged) or, for a null argument, AR_IO_ERROR. */
 ACEPLUG_API int32_t ACEPLUG_CALL AppendFileMask(const char* mask, FileMaskList* list);
+/* Releases every node and zeroes the head. */
 ACEPLUG_API void ACEPLUG_CALL DoneFileMaskList(FileMaskList* list);
 
-/* ---- operations ---- */
+/* ---- operations ----
+   Each needs an open archive and reports only through the status; null
+   arguments leave AR_IO_ERROR and change nothing. An operation that writes
+   builds the new archive beside the old one and puts it in place only when
+   everything went well: on any failure the old archive is untouched and no
+   temporary file or folder is left. */
+
+/* Lists the open archive into `list` in archive order, keeping the file
+   entries that `masks` selects (an empty mask list selects all); recovery
+   records are listed unfiltered. The head is zeroed first: release an earlier
+   list before. Also computes the summary for GetExtraInfoArc. A status left
+   set before the call ends the listing at once: an empty list, AR_OK.
+   Leaves: AR_OK; AR_IO_ERROR (a read failed); AR_BAD_HEADER (a header of an
+   unknown type); AR_NO_MEMORY. On a failure the entries listed so far stay in
+   the list. */
 ACEPLUG_API void ACEPLUG_CALL BuildArcFileList(ArcFileList* list, const FileMaskList* masks);
+/* Copies the summary of the last listing, listing the whole archive first
+   when it has not been listed. On a failure of that listing `info` is left
+   as it was and its status stands. */
 ACEPLUG_API void ACEPLUG_CALL GetExtraInfoArc(ArcInfo* info);
+/* Hands over a copy of the main comment, allocated with malloc: the host
+   frees Comment. No comment (or no memory): Comment null, Length 0. */
 ACEPLUG_API void ACEPLUG_CALL GetMainCommentArc(MainCommentInfo* info);
+/* Tests every entry through the extraction library (signal AR_SIGNAL_TEST,
+   progress per entry). Leaves: AR_OK; AR_FILE_NOT_FOUND (library missing or
+   incomplete); AR_NOT_ACE; AR_ARCHIVE_ERROR (a CRC error); AR_IO_ERROR;
+   AR_NO_MEMORY; AR_UNSUPPORTED; AR_BAD_HEADER; AR_ABORTED. */
 ACEPLUG_API void ACEPLUG_CALL TestArc(void);
+/* Extracts the entries that `masks` selects into the output path, with their
+   stored folders when the decompression options ask for them; asks before
+   replacing a file. Leaves what TestArc leaves, and AR_DISK_FULL (a write
+   fell short) and AR_BAD_DIR_NAME (an entry left out for its name, see
+   AceWarningProc). */
 ACEPLUG_API void ACEPLUG_CALL ExtractFileMaskListArc(const FileMaskList* masks);
-/* A solid rebuild leaves the host's list empty, hence not const. */
+/* Adds the files and folders of `masks` (folders with everything in them)
+   to the archive, creating it when it is new. Does nothing when the status
+   is already set. A solid archive is rebuilt whole, in a temporary working
+   folder, and leaves the host's list empty (hence not const).
+   Leaves: AR_OK; AR_NOTHING_TO_ADD (empty list, no archive made); AR_LOCKED;
+   AR_IO_ERROR; AR_SIZE_ERROR (a file the archive could not hold); AR_NO_MEMORY
+   (also an unsupported dictionary); AR_DISK_FULL; AR_ABORTED;
+   AR_TEMP_DIR_FAILED, AR_UNPACK_FAILED and the extraction codes (solid
+   rebuild). */
 ACEPLUG_API void ACEPLUG_CALL CompressFileMaskListArc(FileMaskList* masks);
+/* Deletes the entries that `masks` selects; a solid archive is unpacked into
+   a temporary working folder and packed again without them. Leaves: AR_OK;
+   AR_LOCKED; AR_UNSUPPORTED (a solid archive of another version);
+   AR_IO_ERROR; AR_NO_MEMORY; AR_DISK_FULL; AR_ABORTED; AR_TEMP_DIR_FAILED,
+   AR_UNPACK_FAILED and the extraction codes (solid archive). */
 ACEPLUG_API void ACEPLUG_CALL DeleteFileMaskListArc(const FileMaskList* masks);
+/* Adds an empty directory entry `name` (a lock does not refuse it). Leaves:
+   AR_OK; AR_BAD_DIR_NAME (a forbidden character or a device name, nothing
+   written); AR_DIR_EXISTS; AR_IO_ERROR; AR_NO_MEMORY; AR_DISK_FULL; or what
+   listing the archive left. */
 ACEPLUG_API void ACEPLUG_CALL CreateDirectoryArc(const char* name);
 
 #ifdef __cplusplus

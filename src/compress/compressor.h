@@ -14,6 +14,8 @@
 #include <cstdint>
 #include <memory>
 
+#include "aceplug/aceplug.h"
+
 namespace ace {
 
 // Fills `destination` with up to `count` bytes: the count read, 0 at the end,
@@ -37,12 +39,13 @@ struct CompressorIo {
 
 enum class EngineKind { kNone, kHashChain, kOptimal };
 
-// Status words the compressor leaves (the plug-in's codes).
-inline constexpr uint32_t kCompressOk = 0;
-inline constexpr uint32_t kCompressReadFailed = 5;
-inline constexpr uint32_t kCompressNoMemory = 8;
-inline constexpr uint32_t kCompressShortWrite = 101;
-inline constexpr uint32_t kCompressAborted = 2926;
+// Status words the compressor leaves: the plug-in's public codes, so that the
+// adapter hands them on unchanged.
+inline constexpr uint32_t kCompressOk = AR_OK;
+inline constexpr uint32_t kCompressReadFailed = AR_IO_ERROR;
+inline constexpr uint32_t kCompressNoMemory = AR_NO_MEMORY;
+inline constexpr uint32_t kCompressShortWrite = AR_DISK_FULL;
+inline constexpr uint32_t kCompressAborted = AR_ABORTED;
 
 // The dictionary code a file header carries for a dictionary the compressor
 // serves (6 for 64 KB .. 10 for 1024 KB); -1 for any other size.
@@ -61,7 +64,7 @@ class Compressor {
   // a level 0..4 (0: chain walks without a limit). Any other dictionary or a
   // failed allocation: false, status 8, nothing held. Init on a ready
   // compressor releases the old engine first.
-  bool Init(int32_t dictionaryKB, int32_t level);
+  [[nodiscard]] bool Init(int32_t dictionaryKB, int32_t level);
   void Done();
   bool Ready() const;
   EngineKind Kind() const;
@@ -104,7 +107,7 @@ class Compressor {
 // failures to State().Status.
 
 // 1 ready; 0 failed (status 8, nothing held).
-int InitCompressor();
+[[nodiscard]] int InitCompressor();
 void DoneCompressor();
 void StartCompressFile(uint32_t unpackedSize, int solidContinue);
 void RunCompressor();

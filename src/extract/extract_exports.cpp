@@ -42,7 +42,7 @@ ACEPLUG_API void ACEPLUG_CALL ExtractFileMaskListArc(const FileMaskList* masks) 
 ACEPLUG_API void ACEPLUG_CALL TestArc(void) {
   FileMaskList all{};
   InitMaskList(&all);
-  AppendMask("*.*", &all);
+  static_cast<void>(AppendMask("*.*", &all));  // a failure leaves 8 in the status
   uint64_t total = 0;
   SelectedTotal(&all, &total);
   State().IsTesting = 1;

@@ -21,7 +21,7 @@ struct UnAceLibrary {
 // while that is 0) and looks up its five functions. False when it cannot be
 // loaded, or when a function is missing: then a message goes to the standard
 // output and the library is freed again. Leaves no status.
-bool LoadUnAce(UnAceLibrary* library);
+[[nodiscard]] bool LoadUnAce(UnAceLibrary* library);
 // Frees a loaded library and clears the record.
 void UnloadUnAce(UnAceLibrary* library);
 

@@ -38,7 +38,7 @@ void RunUnAce(const FileMaskList* masks);
 // The library's file list text for the masks: one item per node (directory,
 // name, "." and extension when there is one), joined by carriage returns.
 // Replaces DriverState().FileListText; 1 on success, 0 when memory runs out.
-int BuildUnAceFileList(const FileMaskList* masks);
+[[nodiscard]] int BuildUnAceFileList(const FileMaskList* masks);
 
 // The output file name of an archived entry under OutputPath, following
 // RestorePaths and RelativePath, with control characters replaced. A name

@@ -19,10 +19,10 @@ void OpenExistingArchive(const char* path);
 // Searches the first 61,440 bytes of `file` for the main header and records
 // its facts (positions, lock and solid flags, version and host, the main
 // comment). Status 6 or 5 when the size or the bytes cannot be read.
-bool FindMainHeader(FileHandle file, int32_t* position, int32_t* length);
+[[nodiscard]] bool FindMainHeader(FileHandle file, int32_t* position, int32_t* length);
 
 // Searches up to 61,440 bytes after the main header for the first file header;
 // on success sets FirstHeaderPos and, for a solid archive, SolidDictionaryKB.
-bool FindFirstHeader(FileHandle file, int32_t* position);
+[[nodiscard]] bool FindFirstHeader(FileHandle file, int32_t* position);
 
 }  // namespace ace

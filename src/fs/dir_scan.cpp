@@ -50,7 +50,7 @@ int ScanDirectory(char* directory, size_t size, const char* pattern, FileMaskLis
       if ((data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) continue;
       g_scanTotal += (static_cast<uint64_t>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
       const bool fits = AppendWhole(directory, size, data.cFileName);
-      if (fits) AppendMask(directory, list);
+      if (fits) static_cast<void>(AppendMask(directory, list));  // 8 is checked below
       directory[length] = '\0';
       if (!fits || Status() != 0) {
         FindClose(find);

@@ -2,7 +2,7 @@
 // each other in the shared history.
 #pragma once
 
-#include "fs/dir_scan.h"
+#include "fs/work_list.h"
 
 namespace ace {
 

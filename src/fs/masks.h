@@ -18,12 +18,12 @@ namespace ace {
 // (AR_NO_MEMORY), returns 0 and leaves the list unchanged. Arguments must
 // not be null (the exports check).
 void InitMaskList(FileMaskList* list);
-int AppendMask(const char* mask, FileMaskList* list);
+[[nodiscard]] int AppendMask(const char* mask, FileMaskList* list);
 void DoneMaskList(FileMaskList* list);
 
 // 1 when a node selects `name` ("/" or "\", any case); an empty list selects all.
-int MatchesMaskList(const char* name, const FileMaskList* list);
-int MatchesMask(const char* upperName, const FileMaskNode* node);
+[[nodiscard]] int MatchesMaskList(const char* name, const FileMaskList* list);
+[[nodiscard]] int MatchesMask(const char* upperName, const FileMaskNode* node);
 
 // The node's path: directory + base name + ("." + extension when not empty),
 // into `target` of `size` bytes; false when it had to be cut.

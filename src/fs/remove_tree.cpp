@@ -1,4 +1,5 @@
-// Removing a working directory with everything in it.
+#include "fs/remove_tree.h"
+
 #include <climits>
 #include <cstdlib>
 #include <cstring>

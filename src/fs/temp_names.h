@@ -11,7 +11,7 @@ namespace ace {
 // A fresh directory name (no directory of that name exists) in the system's
 // temporary directory, into `buffer` of `size` bytes; 1, or 0 when the
 // temporary directory or the name does not fit.
-int MakeTempDirName(char* buffer, size_t size);
+[[nodiscard]] int MakeTempDirName(char* buffer, size_t size);
 // A fresh "<number>.$TM" name, not held by any file, in the drive and
 // directory of `path`, into `target` (kPathBuffer bytes); always 1.
 int MakeTempNameBeside(const char* path, char* target);

@@ -4,6 +4,6 @@
 
 namespace ace {
 
-int WildcardMatch(const char* text, const char* pattern);
+[[nodiscard]] int WildcardMatch(const char* text, const char* pattern);
 
 }  // namespace ace

@@ -1,4 +1,5 @@
-// The internal list of files to compress and its conversions.
+#include "fs/work_list.h"
+
 #include <cstring>
 #include <new>
 
@@ -66,8 +67,7 @@ void FreeFileWorkList(FileWorkList* work) {
 void MasksFromArcFileList(const ArcFileList* entries, FileMaskList* masks) {
   if (entries == nullptr || masks == nullptr) return;
   for (const ArcFileEntry* e = entries->First; e != nullptr; e = e->Next) {
-    AppendMask(e->Name, masks);
-    if (Status() != 0) return;
+    if (!AppendMask(e->Name, masks) || Status() != 0) return;
   }
 }
 

@@ -1,6 +1,7 @@
 // Test hook: makes the N-th platform call of one kind fail, so that tests can
 // prove that every failure point leaves the archive intact. Off unless armed;
-// the counters cost one increment per call.
+// the counters cost one increment per call. Compiled in only with
+// ACEPLUG_TEST_HOOKS; without it no call fails and nothing is counted.
 #pragma once
 
 #include <cstdint>
@@ -19,6 +20,7 @@ enum class Kind : int {
   Count_
 };
 
+#if ACEPLUG_TEST_HOOKS
 // The `nth` call (1-based) of `kind` from now on fails; 0 disarms that kind.
 void Arm(Kind kind, int64_t nth);
 // Disarms every kind and resets the call counters.
@@ -30,5 +32,8 @@ void Before(Kind kind, int64_t nth, void (*action)());
 int64_t Calls(Kind kind);
 // Called by the platform layer: counts the call and says whether it must fail.
 bool ShouldFail(Kind kind);
+#else
+inline bool ShouldFail(Kind) { return false; }
+#endif
 
 }  // namespace platform::faults

@@ -29,10 +29,10 @@ int32_t CallNextDisk(char* directory, int32_t volume, int32_t answerWhenUnset);
 // Nonzero when the host wrote a password into the 272-byte `buffer`.
 int32_t CallCryptKey(char* buffer, const char* name, int32_t answerWhenUnset);
 
-bool HasSkipFileProc();
-bool HasNextDiskProc();
-bool HasCryptKeyProc();
-bool HasOkToReplaceProc();
+[[nodiscard]] bool HasSkipFileProc();
+[[nodiscard]] bool HasNextDiskProc();
+[[nodiscard]] bool HasCryptKeyProc();
+[[nodiscard]] bool HasOkToReplaceProc();
 
 // The share `done` is of `size` in percent, as progress reports give it:
 // while `done` is 20,971,520 or more both are halved together so that the

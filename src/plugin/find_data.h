@@ -10,6 +10,6 @@ namespace ace {
 void EntryFindData(const ArcFileEntry& entry, AceFindData* record);
 // Describes a file on disk as the directory scan finds it, with the short
 // name zeroed. Returns false (and a zeroed record) when it cannot be found.
-bool DiskFindData(const char* path, AceFindData* record);
+[[nodiscard]] bool DiskFindData(const char* path, AceFindData* record);
 
 }  // namespace ace

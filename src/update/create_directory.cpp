@@ -6,10 +6,10 @@
 #include "format/archive_walk.h"
 #include "format/header_format.h"
 #include "format/header_writer.h"
-#include "fs/dir_scan.h"
 #include "fs/dos_time.h"
 #include "fs/file_layer.h"
 #include "fs/masks.h"
+#include "fs/name_lookup.h"
 #include "fs/path_ops.h"
 #include "fs/temp_names.h"
 #include "plugin/state.h"
@@ -61,23 +61,17 @@ extern "C" ACEPLUG_API void ACEPLUG_CALL CreateDirectoryArc(const char* name) {
   AddTrailingBackslash(copy, withSlash);
 
   char temp[kPathField];
-  if (!OpenTempArchive(temp)) return;
   ArcFileList entries;
-  InitArcFileList(&entries);
-  FileMaskList all;
-  InitMaskList(&all);
+  if (!OpenTempArchiveListing(temp, &entries)) return;
   FileMaskList wanted;
   InitMaskList(&wanted);
   auto fail = [&] {
     DoneArcFileList(&entries);
-    DoneMaskList(&all);
     DoneMaskList(&wanted);
     if (s.ArchiveHandle != kNoFile) FileClose(s.ArchiveHandle);
     s.ArchiveHandle = kNoFile;
     DiscardTempArchive(temp);
   };
-  WalkArchive(&entries, &all);
-  if (s.Status != 0) return fail();
   if (!OpenArchiveCopyingLeadingPart()) return fail();
   if (!AppendMask(withSlash, &wanted)) return fail();
   char candidate[kPathBuffer * 2], diskPath[kPathBuffer * 2];

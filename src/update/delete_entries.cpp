@@ -3,16 +3,18 @@
 // ones are unpacked and compressed again without the deleted files.
 #include "compress/compressor.h"
 #include "format/archive_walk.h"
-#include "fs/dir_scan.h"
 #include "fs/ext_order.h"
 #include "fs/file_layer.h"
 #include "fs/masks.h"
+#include "fs/name_lookup.h"
 #include "fs/path_ops.h"
 #include "fs/temp_names.h"
+#include "fs/work_list.h"
 #include "plugin/callbacks.h"
 #include "plugin/state.h"
 #include "update/entry_writer.h"
 #include "update/raw_copy.h"
+#include "update/solid_rebuild.h"
 #include "update/work_dir.h"
 
 namespace ace {
@@ -27,24 +29,6 @@ bool BuildDeleteList(const FileMaskList* masks, FileMaskList* deleteList) {
   DoneArcFileList(&selected);
   return Status() == 0;
 }
-
-// Keeps RelativePath aside while a solid archive is unpacked and packed
-// again: the extraction would cut it off the names that begin with it and the
-// writer would put it in front of every name, moving entries and letting two
-// of them meet in the working directory. It only takes part in choosing what
-// is deleted. Put back on every way out.
-class RelativePathAside {
- public:
-  RelativePathAside() { CopyText(saved_, sizeof saved_, State().RelativePath); }
-  ~RelativePathAside() { Put(); }
-  RelativePathAside(const RelativePathAside&) = delete;
-  RelativePathAside& operator=(const RelativePathAside&) = delete;
-  void Clear() { State().RelativePath[0] = '\0'; }
-  void Put() { CopyText(State().RelativePath, sizeof State().RelativePath, saved_); }
-
- private:
-  char saved_[kPathField] = {};
-};
 
 // Progress for an entry or file left out; false when the host stops.
 bool ReportLeftOut() {
@@ -110,6 +94,7 @@ void DeleteSolid(const FileMaskList* masks) {
     FreeFileWorkList(&keep);
   };
   if (!BuildDeleteList(masks, &deleteList)) return release();
+  // RelativePath only takes part in choosing what is deleted.
   RelativePathAside relative;
   relative.Clear();
   if (!work.Unpack()) return release();
@@ -129,16 +114,7 @@ void DeleteSolid(const FileMaskList* masks) {
   OrderByExtension(&keep);
 
   char temp[kPathField];
-  if (!StartRebuiltArchive(temp)) return release();
-  CallSignal(ScanTotal(), AR_SIGNAL_REBUILD);
-  relative.Clear();
-  AddSolidRun(keep, true);  // a failure leaves its status, checked below
-  relative.Put();
-  DoneCompressor();
-  if (s.Status != 0) {
-    DiscardTempArchive(temp);
-    return release();
-  }
+  if (!PackRebuiltArchive(keep, temp)) return release();
   release();
   work.Remove();
   CloseAndPutInPlace(temp);

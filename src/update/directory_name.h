@@ -6,6 +6,6 @@ namespace ace {
 // Refuses a forbidden character after the first ("?*><:\"/|"; "\\" separates
 // levels), a final part that names a device (AUX, CON, PRN, with any extension, any case)
 // and a name without any character but "\\".
-bool IsAcceptableDirectoryName(const char* name);
+[[nodiscard]] bool IsAcceptableDirectoryName(const char* name);
 
 }  // namespace ace

@@ -11,6 +11,7 @@
 #include "fs/dos_time.h"
 #include "fs/file_layer.h"
 #include "fs/path_ops.h"
+#include "fs/work_list.h"
 #include "plugin/callbacks.h"
 #include "plugin/state.h"
 

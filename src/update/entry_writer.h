@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "fs/dir_scan.h"
+#include "fs/work_list.h"
 
 namespace ace {
 
@@ -24,12 +24,12 @@ enum SolidResult : int {
 };
 
 // 0 failure (status set), 1 done or skipped.
-int AddFileToArchive(const char* diskPath, const char* archiveName);
-int AddFileToSolidArchive(const char* diskPath, const char* archiveName, uint16_t flagBits,
-                          bool fresh);
+[[nodiscard]] int AddFileToArchive(const char* diskPath, const char* archiveName);
+[[nodiscard]] int AddFileToSolidArchive(const char* diskPath, const char* archiveName,
+                                        uint16_t flagBits, bool fresh);
 
 // Applies a solid writer's result to the run; false when it failed.
-bool AdvanceSolidRun(SolidRun& run, int result);
+[[nodiscard]] bool AdvanceSolidRun(SolidRun& run, int result);
 
 // Tells the host's file-name procedure which file comes next: its disk path
 // and its stored name with a leading "\".

@@ -12,6 +12,7 @@ namespace ace {
 // + "." + extension (when there is one); archive name = the same without
 // InputPath. Both buffers hold `size` bytes. Returns false when either name
 // does not fit: such a file is refused rather than stored under a cut name.
-bool FormListedNames(const FileMaskNode* node, char* diskPath, char* archiveName, size_t size);
+[[nodiscard]] bool FormListedNames(const FileMaskNode* node, char* diskPath, char* archiveName,
+                                   size_t size);
 
 }  // namespace ace

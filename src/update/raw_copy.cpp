@@ -1,6 +1,7 @@
 #include "update/raw_copy.h"
 
 #include "compress/compressor.h"
+#include "format/archive_walk.h"
 #include "fs/file_layer.h"
 #include "fs/temp_names.h"
 #include "plugin/state.h"
@@ -57,6 +58,16 @@ bool OpenArchiveCopyingLeadingPart() {
   s.ArchiveHandle = FileOpen(s.ArchivePath, "rb");
   if (s.ArchiveHandle != kNoFile) return CopyLeadingPart();
   SetStatus(AR_IO_ERROR);
+  return false;
+}
+
+bool OpenTempArchiveListing(char* temp, ArcFileList* entries) {
+  InitArcFileList(entries);
+  if (!OpenTempArchive(temp)) return false;
+  WalkArchive(entries, nullptr);  // no mask list: every entry
+  if (Status() == 0) return true;
+  DoneArcFileList(entries);
+  DiscardTempArchive(temp);
   return false;
 }
 

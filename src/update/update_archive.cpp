@@ -4,18 +4,20 @@
 
 #include "compress/compressor.h"
 #include "format/archive_walk.h"
-#include "fs/dir_scan.h"
 #include "fs/ext_order.h"
 #include "fs/file_layer.h"
 #include "fs/masks.h"
+#include "fs/name_lookup.h"
 #include "fs/path_ops.h"
 #include "fs/temp_names.h"
+#include "fs/work_list.h"
 #include "plugin/callbacks.h"
 #include "plugin/find_data.h"
 #include "plugin/state.h"
 #include "update/entry_writer.h"
 #include "update/listed_names.h"
 #include "update/raw_copy.h"
+#include "update/solid_rebuild.h"
 #include "update/work_dir.h"
 
 namespace ace {
@@ -54,17 +56,8 @@ void UpdateArchive(FileMaskList* files) {
   FileMaskList keep;
   InitMaskList(&keep);
   char temp[kPathField];
-  if (!OpenTempArchive(temp)) return;
   ArcFileList entries;
-  InitArcFileList(&entries);
-  FileMaskList all;
-  InitMaskList(&all);
-  if (!AppendMask("*.*", &all)) {
-    DiscardTempArchive(temp);
-    return;
-  }
-  WalkArchive(&entries, &all);
-  DoneMaskList(&all);
+  if (!OpenTempArchiveListing(temp, &entries)) return;
   auto fail = [&] {
     DoneArcFileList(&entries);
     DoneMaskList(&keep);
@@ -72,7 +65,6 @@ void UpdateArchive(FileMaskList* files) {
     s.ArchiveHandle = kNoFile;
     DiscardTempArchive(temp);
   };
-  if (s.Status != 0) return fail();
   if (!OpenArchiveCopyingLeadingPart()) return fail();
 
   char candidate[kPathBuffer * 2];
@@ -130,21 +122,16 @@ void RebuildSolidArchive(FileMaskList* files) {
   SetStatus(AR_OK);
   WorkDir work;
   if (!work.Create()) return;  // 8902
-  char savedRelative[kPathField];
-  CopyText(savedRelative, sizeof savedRelative, s.RelativePath);
-  s.RelativePath[0] = '\0';
-  if (!work.Unpack()) {
-    CopyText(s.RelativePath, sizeof s.RelativePath, savedRelative);
-    return;
-  }
+  RelativePathAside relative;
+  relative.Clear();
+  if (!work.Unpack()) return;
   s.Comp.KeepPaths = 1;
   FileWorkList unpacked{};
   if (!work.Collect(&unpacked)) {
-    CopyText(s.RelativePath, sizeof s.RelativePath, savedRelative);
     FreeFileWorkList(&unpacked);
     return;
   }
-  CopyText(s.RelativePath, sizeof s.RelativePath, savedRelative);
+  relative.Put();
 
   FileMaskList keep;
   InitMaskList(&keep);
@@ -210,17 +197,7 @@ void RebuildSolidArchive(FileMaskList* files) {
   OrderByExtension(&merged);
 
   char temp[kPathField];
-  if (!StartRebuiltArchive(temp)) return release();
-  CopyText(savedRelative, sizeof savedRelative, s.RelativePath);
-  s.RelativePath[0] = '\0';
-  CallSignal(ScanTotal(), AR_SIGNAL_REBUILD);
-  AddSolidRun(merged, true);  // a failure leaves its status, checked below
-  CopyText(s.RelativePath, sizeof s.RelativePath, savedRelative);
-  DoneCompressor();
-  if (s.Status != 0) {
-    DiscardTempArchive(temp);
-    return release();
-  }
+  if (!PackRebuiltArchive(merged, temp)) return release();
   release();
   work.Remove();
   CloseAndPutInPlace(temp);

@@ -3,9 +3,12 @@
 #include <cstring>
 
 #include "extract/unace_driver.h"
+#include "fs/dir_scan.h"
 #include "fs/masks.h"
 #include "fs/path_ops.h"
+#include "fs/remove_tree.h"
 #include "fs/temp_names.h"
+#include "fs/work_list.h"
 
 namespace ace {
 

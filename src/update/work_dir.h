@@ -4,7 +4,7 @@
 // back as it was.
 #pragma once
 
-#include "fs/dir_scan.h"
+#include "fs/work_list.h"
 #include "plugin/state.h"
 
 namespace ace {

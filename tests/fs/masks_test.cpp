@@ -4,7 +4,7 @@
 // names are compared in a stored form without server, drive, root or climb.
 #include "fs/masks.h"
 
-#include "fs/dir_scan.h"
+#include "fs/name_lookup.h"
 #include "fs/wildcard.h"
 #include "plugin/state.h"
 #include "support/host.h"

@@ -4,6 +4,8 @@
 #include "fs/dir_scan.h"
 #include "fs/file_layer.h"
 #include "fs/masks.h"
+#include "fs/remove_tree.h"
+#include "fs/work_list.h"
 #include "plugin/state.h"
 #include "support/test_support.h"
 

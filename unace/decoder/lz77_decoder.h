@@ -21,6 +21,7 @@
 #include <memory>
 
 #include "unace/decoder/bit_reader.h"
+#include "unace/decoder/decode_status.h"
 #include "unace/decoder/decode_table.h"
 #include "unace/decoder/packed_source.h"
 

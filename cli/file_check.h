@@ -1,7 +1,6 @@
-// The archive's CRC-32 of a file's data (the plug-in's own CRC code), computed by the host to find
-// out which entries came out wrong after the plug-in reported a damaged archive: reflected,
-// polynomial 0xEDB88320, register started at 0xFFFFFFFF and kept without a final inversion, as the
-// file headers store it.
+// A file's size and CRC-32 as a file header stores them (the plug-in's own CRC code: register
+// started at 0xFFFFFFFF, no final inversion). The host computes them to find out which entries came
+// out wrong after the plug-in reported a damaged archive.
 #pragma once
 
 #include <cstddef>

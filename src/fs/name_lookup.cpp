@@ -1,4 +1,5 @@
-// Look-ups between stored archive names and lists of files on disk.
+#include "fs/name_lookup.h"
+
 #include <cstring>
 
 #include "fs/dir_scan.h"

@@ -1,4 +1,4 @@
-#include "crc32.h"
+#include "file_check.h"
 
 #include <fstream>
 #include <vector>
