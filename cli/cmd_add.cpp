@@ -12,6 +12,7 @@
 #include "interrupt.h"
 #include "plugin_session.h"
 #include "status_text.h"
+#include "text_output.h"
 
 namespace acearc {
 
@@ -94,10 +95,10 @@ void CheckAndSummarize(HostContext& context, const std::string& archive, const S
   if (quiet || !ReadSummary(info)) return;
   uint64_t size = ToUInt64(info.UnpackedTotal);
   uint64_t packed = ToUInt64(info.PackedTotal);
-  std::printf("%s: %s, %llu bytes packed to %llu bytes (%u%%)%s\n", archive.c_str(),
-              CountOf(info.FileCount, "file", "files").c_str(),
-              static_cast<unsigned long long>(size), static_cast<unsigned long long>(packed),
-              RatioPercent(packed, size), info.Solid ? ", solid" : "");
+  PrintText("%s: %s, %llu bytes packed to %llu bytes (%u%%)%s\n", archive.c_str(),
+            CountOf(info.FileCount, "file", "files").c_str(), static_cast<unsigned long long>(size),
+            static_cast<unsigned long long>(packed), RatioPercent(packed, size),
+            info.Solid ? ", solid" : "");
 }
 
 }  // namespace

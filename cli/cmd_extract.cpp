@@ -13,6 +13,7 @@
 #include "interrupt.h"
 #include "local_time.h"
 #include "status_text.h"
+#include "text_output.h"
 
 namespace acearc {
 
@@ -135,8 +136,8 @@ ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) 
       files += !entry.directory && context.processed.count(entry.name) &&
                !context.keptExisting.count(entry.name);
     }
-    std::printf("%s: %s extracted to %s\n", options.archive.c_str(),
-                CountOf(files, "file", "files").c_str(), options.outputDir.c_str());
+    PrintText("%s: %s extracted to %s\n", options.archive.c_str(),
+              CountOf(files, "file", "files").c_str(), options.outputDir.c_str());
   }
   return code;
 }

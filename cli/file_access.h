@@ -15,6 +15,9 @@ std::string PathText(const std::filesystem::path& path, bool generic = false);
 // Whether acearc may read the file, asked before the plug-in is given it.
 bool CanReadFile(const std::filesystem::path& path);
 
+// The last-write time of a file or folder, in seconds since 1970.
+bool GetModifiedTime(const std::filesystem::path& path, std::time_t* seconds);
+
 // Sets the last-write time of a file or folder, leaving its access time.
 bool SetModifiedTime(const std::filesystem::path& path, std::time_t seconds);
 

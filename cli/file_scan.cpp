@@ -1,7 +1,6 @@
 #include "file_scan.h"
 
 #include <algorithm>
-#include <chrono>
 #include <ctime>
 #include <set>
 #include <system_error>
@@ -30,12 +29,8 @@ bool IsDotName(const fs::path& name) { return name == "." || name == ".."; }
 // A DOS stamp holds the years 1980 to 2107; the plug-in stores the nearest
 // stamp for a time outside them, which the user should hear of.
 std::string DateWarning(const fs::path& full) {
-  std::error_code ec;
-  const fs::file_time_type written = fs::last_write_time(full, ec);
-  if (ec) return {};
-  const std::time_t seconds = std::chrono::system_clock::to_time_t(
-      std::chrono::time_point_cast<std::chrono::system_clock::duration>(
-          std::chrono::file_clock::to_sys(written)));
+  std::time_t seconds = 0;
+  if (!GetModifiedTime(full, &seconds)) return {};
   const std::tm local = LocalReading(seconds);
   const int year = local.tm_year + 1900;
   if (year >= 1980 && year <= 2107) return {};

@@ -5,6 +5,7 @@
 
 #include "entry_format.h"
 #include "terminal.h"
+#include "text_output.h"
 
 namespace acearc {
 
@@ -42,7 +43,7 @@ std::string FormatDuration(double seconds) {
 }
 
 void Emit(const std::string& text) {
-  std::fputs(text.c_str(), stderr);
+  std::fputs(Utf8Text(text).c_str(), stderr);
   std::fflush(stderr);
 }
 

@@ -5,12 +5,14 @@
 
 #include "interrupt.h"
 #include "terminal.h"
+#include "text_output.h"
 
 namespace acearc {
 
 namespace {
 
-using terminal::WriteStderr;
+// Questions name files: written as UTF-8, like all of acearc's output.
+void WriteStderr(std::string_view text) { terminal::WriteStderr(Utf8Text(text)); }
 
 // Reads one line from stdin, waking up now and then to see whether Ctrl-C was
 // pressed (it is held back while the plug-in works).

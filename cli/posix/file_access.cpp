@@ -14,6 +14,13 @@ std::string PathText(const std::filesystem::path& path, bool generic) {
 
 bool CanReadFile(const std::filesystem::path& path) { return access(path.c_str(), R_OK) == 0; }
 
+bool GetModifiedTime(const std::filesystem::path& path, std::time_t* seconds) {
+  struct stat info {};
+  if (stat(path.c_str(), &info) != 0) return false;
+  *seconds = info.st_mtime;
+  return true;
+}
+
 bool SetModifiedTime(const std::filesystem::path& path, std::time_t seconds) {
   const timespec times[2] = {{0, UTIME_OMIT}, {seconds, 0}};
   return utimensat(AT_FDCWD, path.c_str(), times, 0) == 0;

@@ -27,6 +27,16 @@ bool CanReadFile(const std::filesystem::path& path) {
   return true;
 }
 
+// From the FILETIME itself: Wine's C runtime gives 0 for a time after 2106.
+bool GetModifiedTime(const std::filesystem::path& path, std::time_t* seconds) {
+  WIN32_FILE_ATTRIBUTE_DATA data{};
+  if (!GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)) return false;
+  const uint64_t ticks = (static_cast<uint64_t>(data.ftLastWriteTime.dwHighDateTime) << 32) |
+                         data.ftLastWriteTime.dwLowDateTime;
+  *seconds = static_cast<std::time_t>(ticks / 10000000ULL) - 11644473600LL;
+  return true;
+}
+
 // A folder opens only with backup semantics.
 bool SetModifiedTime(const std::filesystem::path& path, std::time_t seconds) {
   HANDLE file = CreateFileW(path.c_str(), FILE_WRITE_ATTRIBUTES,

@@ -36,8 +36,8 @@ class Acearc : public ::testing::Test {
         {kAccented, "accents survive the trip\n"},
         {"readonly.txt", "do not change me\n"}};
     for (const auto& [name, text] : files) {
-      fs::create_directories((Path("tree") / name).parent_path());
-      acetest::WriteFileText(Path("tree") / name, text);
+      fs::create_directories(Path("tree/" + name).parent_path());
+      acetest::WriteFileText(Path("tree/" + name), text);
     }
     fs::create_directories(Path("tree/data"));
     acetest::WriteFileBytes(Path("tree/data/noise.bin"), acetest::RandomBytes(70000, 7));

@@ -88,8 +88,11 @@ RunResult RunAcearc(const std::vector<std::string>& args, const fs::path& cwd, i
     }
     CloseHandle(process.hProcess);
   }
-  result.out = acetest::ReadFileText(capture.path() / "out");
-  result.err = acetest::ReadFileText(capture.path() / "err");
+  // Text output ends its lines in "\r\n" on Windows; a lone "\r" stays visible.
+  for (auto [text, file] : {std::pair{&result.out, "out"}, {&result.err, "err"}}) {
+    *text = acetest::ReadFileText(capture.path() / file);
+    for (size_t at = 0; (at = text->find("\r\n", at)) != std::string::npos;) text->erase(at, 1);
+  }
   return result;
 }
 
