@@ -85,8 +85,8 @@ std::string Ansi(const std::string& utf8) {
   wide.resize(static_cast<size_t>(MultiByteToWideChar(CP_UTF8, 0, utf8.data(), n, &wide[0], n)));
   std::string out(wide.size() * 4, '\0');
   out.resize(static_cast<size_t>(
-      WideCharToMultiByte(CP_ACP, 0, wide.data(), static_cast<int>(wide.size()), &out[0],
-                          static_cast<int>(out.size()), nullptr, nullptr)));
+      WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, wide.data(), static_cast<int>(wide.size()),
+                          &out[0], static_cast<int>(out.size()), nullptr, nullptr)));
   return out;
 }
 bool UnderWine() {

@@ -58,7 +58,8 @@ class ScopedTempFolder {
 };
 
 // A UTF-8 text in the ANSI code page, the one the platform's names use: the
-// same bytes on POSIX (where it is UTF-8), e.g. code page 1252 on Windows.
+// same bytes on POSIX (where it is UTF-8), e.g. code page 1252 on Windows,
+// with "?" for a character the code page lacks.
 std::string Ansi(const std::string& utf8);
 // Whether the program runs under Wine, which gets a few Windows details
 // wrong; tests name each one where they leave it out.
