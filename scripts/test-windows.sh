@@ -15,7 +15,7 @@ cd "$(dirname "$0")/.."
 started=$SECONDS
 jobs=$(nproc)
 
-packages=(g++-mingw-w64-i686 g++-mingw-w64-x86-64 wine64 cmake googletest libcli11-dev)
+packages=(g++-mingw-w64-i686 g++-mingw-w64-x86-64 wine64 g++ make cmake googletest libcli11-dev)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

@@ -33,7 +33,7 @@ bool GetModifiedTime(const std::filesystem::path& path, std::time_t* seconds) {
   if (!GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)) return false;
   const uint64_t ticks = (static_cast<uint64_t>(data.ftLastWriteTime.dwHighDateTime) << 32) |
                          data.ftLastWriteTime.dwLowDateTime;
-  *seconds = static_cast<std::time_t>(ticks / 10000000ULL) - 11644473600LL;
+  *seconds = static_cast<std::time_t>(static_cast<int64_t>(ticks / 10000000ULL) - 11644473600LL);
   return true;
 }
 

@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <cstdlib>
+
 namespace acearc {
 
 std::string Utf8Text(std::string_view systemText) {
@@ -16,6 +18,16 @@ std::string Utf8Text(std::string_view systemText) {
   return text;
 }
 
-void UseUtf8Console() { SetConsoleOutputCP(CP_UTF8); }
+namespace {
+UINT consoleCodePage = 0;
+}  // namespace
+
+// The console's code page outlives the program: the one it had comes back at exit.
+void UseUtf8Console() {
+  consoleCodePage = GetConsoleOutputCP();
+  if (consoleCodePage != 0 && consoleCodePage != CP_UTF8 && SetConsoleOutputCP(CP_UTF8)) {
+    std::atexit([] { SetConsoleOutputCP(consoleCodePage); });
+  }
+}
 
 }  // namespace acearc
