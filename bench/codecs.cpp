@@ -127,7 +127,7 @@ void AceCodec::Decompress(const uint8_t* in, size_t packed, uint8_t* out, size_t
     if (st != ace::DecodeStatus::kOk) Fail(Id(), ace::DecodeStatusText(st));
     if (n == 0) break;
     if (n > size - done) Fail(Id(), "decoder passed the unpacked size");
-    std::memcpy(out + done, data, n);
+    if (copyOutput_) std::memcpy(out + done, data, n);
     if (checkCrc_) crc = ace::Crc32Update(crc, data, n);
     done += n;
   }

@@ -48,6 +48,10 @@ class AceCodec : public Codec {
   int32_t DictionaryKB() const { return dictionaryKB_; }
   int32_t Level() const { return level_; }
   void SetCheckCrc(bool check) { checkCrc_ = check; }
+  // Whether Decompress copies the output out of the decoder's window into
+  // `out`. Extraction writes each chunk from the window, and testing only
+  // checks its CRC, so neither copies it; the benchmark copies it to compare.
+  void SetCopyOutput(bool copy) { copyOutput_ = copy; }
 
   void SetupCompress() override;
   void SetupDecompress() override;
@@ -61,6 +65,7 @@ class AceCodec : public Codec {
   int32_t dictionaryKB_;
   int32_t level_;
   bool checkCrc_ = true;
+  bool copyOutput_ = true;
   uint32_t crc_ = 0;  // of the input last compressed
   std::unique_ptr<State> state_;
 };

@@ -34,11 +34,11 @@ MachineFacts GetMachineFacts() {
   return f;
 }
 
-std::string MachineTable(const MachineFacts& f) {
+std::string MachineTable(const MachineFacts& f, const char* threads) {
   std::ostringstream s;
   s << "| machine | |\n|---|---|\n"
     << "| CPU | " << f.cpu << " |\n"
-    << "| cores | " << f.cores << " (all figures single-threaded) |\n"
+    << "| cores | " << f.cores << " (" << threads << ") |\n"
     << "| compiler | " << f.compiler << " |\n"
     << "| flags | `" << f.flags << "` |\n"
     << "| kernel | " << f.kernel << " |\n";

@@ -15,7 +15,9 @@ struct MachineFacts {
 
 MachineFacts GetMachineFacts();
 
-// "| what | value |" rows of the facts as a Markdown table.
-std::string MachineTable(const MachineFacts& facts);
+// "| what | value |" rows of the facts as a Markdown table; `threads` says
+// how the figures used the cores.
+std::string MachineTable(const MachineFacts& facts,
+                         const char* threads = "all figures single-threaded");
 
 }  // namespace bench

@@ -1,8 +1,10 @@
 // acearc a: create an archive, or add to an existing one.
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <set>
+#include <string>
 
 #include "commands.h"
 #include "empty_folders.h"
@@ -159,6 +161,9 @@ ExitCode RunAdd(const AddOptions& options, const CommonOptions& common) {
                               DescribeStatus(AR_NOTHING_TO_ADD, "").substr(1));
     return kExitFailed;
   }
+
+  // The plug-in takes its thread count from the environment of its process.
+  if (options.threads > 0) setenv("ACEPLUG_THREADS", std::to_string(options.threads).c_str(), 1);
 
   // A solid archive comes back without its directory entries.
   const std::vector<std::string> folders =

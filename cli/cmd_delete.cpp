@@ -18,10 +18,6 @@ namespace acearc {
 
 ExitCode RunDelete(const DeleteOptions& options, const CommonOptions& common) {
   ProgressDisplay progress(ChooseOutputMode(common.quiet));
-  if (std::string problem = PathProblem(options.archive); !problem.empty()) {
-    ReportError(progress, options.archive + ": " + problem);
-    return kExitFailed;
-  }
   HostContext context(Operation::Delete, AnswersFrom(common), progress);
   InterruptGuard interrupts;
   uint16_t status;
@@ -29,22 +25,12 @@ ExitCode RunDelete(const DeleteOptions& options, const CommonOptions& common) {
   std::vector<std::string> folders;
   std::set<std::string> deleted;
   {
-    ArchiveSession session = ArchiveSession::Open(options.archive);
-    if (ExitCode code = CheckOpened(progress, options.archive, session.status()); code != kExitOk) {
-      return code;
-    }
+    std::optional<ArchiveSession> session;
     std::vector<EntryRecord> all;
-    {
-      MaskList none;
-      EntryList list;
-      BuildArcFileList(list.get(), none.get());
-      status = GetArchiveStatus();
-      all = RecordsOf(list);
-    }
-    if (status != AR_OK) {
-      ReportError(progress,
-                  "deleting from " + options.archive + " failed: " + DescribeStatus(status));
-      return ExitCodeForStatus(status);
+    if (ExitCode code = OpenAndList(progress, options.archive, "deleting from " + options.archive,
+                                    session, all);
+        code != kExitOk) {
+      return code;
     }
     std::vector<EntryRecord> entries;
     std::vector<bool> chosen =

@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "commands.h"
+#include "damage_check.h"
 #include "entry_check.h"
 #include "entry_format.h"
 #include "entry_select.h"
@@ -44,27 +45,24 @@ ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) 
   InterruptGuard interrupts;
   std::vector<EntryRecord> entries;
   std::vector<fs::path> flatFolders;  // made for directory entries by `e`; removed again
+  std::vector<Damage> damage;         // what the listing shows against the file
+  // Damage outweighs what it causes: a nameless entry refused, an entry left out.
+  auto exitFor = [&](ExitCode code) {
+    return !damage.empty() && code <= kExitFailed ? kExitDamaged : code;
+  };
   uint16_t status;
   {
-    ArchiveSession session = ArchiveSession::Open(options.archive);
-    if (ExitCode code = CheckOpened(progress, options.archive, session.status()); code != kExitOk) {
+    std::optional<ArchiveSession> session;
+    std::vector<EntryRecord> all;
+    if (ExitCode code = OpenAndList(progress, options.archive, "extracting " + options.archive,
+                                    session, all, &damage);
+        code != kExitOk) {
       return code;
     }
-    std::vector<EntryRecord> all;
-    {
-      MaskList none;
-      EntryList list;
-      BuildArcFileList(list.get(), none.get());
-      status = GetArchiveStatus();
-      all = RecordsOf(list);
-    }
-    if (status != AR_OK) {
-      ReportError(progress, "extracting " + options.archive + " failed: " + DescribeStatus(status));
-      return ExitCodeForStatus(status);
-    }
+    for (const Damage& d : damage) progress.Message("acearc: warning: " + d.Line());
     std::vector<bool> chosen =
         ChooseEntries(context, options.archive, all, options.masks, options.excludes, &entries);
-    if (entries.empty()) return context.warnings > 0 ? kExitWarning : kExitOk;
+    if (entries.empty()) return exitFor(context.warnings > 0 ? kExitWarning : kExitOk);
     MaskList masks;
     if (std::string why = SelectInPlugin(all, chosen, masks); !why.empty()) {
       ReportError(progress, "extracting " + options.archive + " failed: " + why);
@@ -126,7 +124,9 @@ ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) 
   if (ExitCodeForStatus(status) == kExitDamaged && context.stop == StopReason::None) {
     std::vector<std::string> damaged = FindMismatches(
         options.outputDir, entries, options.restorePaths, context.keptExisting, &context.processed);
-    if (damaged.empty()) ReportError(progress, "the damaged entries could not be told apart");
+    if (damaged.empty() && damage.empty()) {
+      ReportError(progress, "the damaged entries could not be told apart");
+    }
     for (const std::string& line : damaged) ReportError(progress, "damaged entry " + line);
   }
   ExitCode code = FinishOperation(context, "extracting " + options.archive, status);
@@ -139,7 +139,7 @@ ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) 
     PrintText("%s: %s extracted to %s\n", options.archive.c_str(),
               CountOf(files, "file", "files").c_str(), options.outputDir.c_str());
   }
-  return code;
+  return exitFor(code);
 }
 
 }  // namespace acearc

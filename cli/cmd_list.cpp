@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "commands.h"
+#include "damage_check.h"
 #include "entry_check.h"
 #include "entry_format.h"
 #include "entry_select.h"
@@ -247,12 +248,8 @@ void PrintJson(const std::string& archive, const Listing& listing, uint16_t stat
 
 ExitCode RunList(const ListOptions& options, const CommonOptions& common) {
   ProgressDisplay progress(ChooseOutputMode(common.quiet));
-  if (std::string problem = PathProblem(options.archive); !problem.empty()) {
-    ReportError(progress, options.archive + ": " + problem);
-    return kExitFailed;
-  }
-  ArchiveSession session = ArchiveSession::Open(options.archive);
-  if (ExitCode code = CheckOpened(progress, options.archive, session.status()); code != kExitOk) {
+  std::optional<ArchiveSession> session;
+  if (ExitCode code = OpenExisting(progress, options.archive, session); code != kExitOk) {
     return code;
   }
   CompOptions defaults{};
@@ -295,7 +292,13 @@ ExitCode RunList(const ListOptions& options, const CommonOptions& common) {
                               DescribeStatus(AR_BAD_HEADER));
     nul = true;
   }
-  if (nul) return kExitDamaged;
+  // The walk takes what the headers say; the file may say otherwise.
+  const std::vector<Damage> damage = CheckListing(options.archive, list.entries());
+  for (const Damage& d : damage) progress.Message("acearc: warning: " + d.Line());
+  if (!damage.empty()) {
+    ReportError(progress, options.archive + " is damaged (acearc t tests every entry)");
+  }
+  if (nul || !damage.empty()) return kExitDamaged;
   std::vector<std::string> unused = filter.Unused();
   for (const std::string& mask : unused) {
     progress.Message("acearc: warning: no entry of " + options.archive + " matches " + mask);

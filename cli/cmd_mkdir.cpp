@@ -11,16 +11,12 @@ namespace acearc {
 
 ExitCode RunMakeDirectory(const MakeDirectoryOptions& options, const CommonOptions& common) {
   ProgressDisplay progress(ChooseOutputMode(common.quiet));
-  if (std::string problem = PathProblem(options.archive); !problem.empty()) {
-    ReportError(progress, options.archive + ": " + problem);
-    return kExitFailed;
-  }
   HostContext context(Operation::MakeDirectory, AnswersFrom(common), progress);
   InterruptGuard interrupts;
   uint16_t status;
   {
-    ArchiveSession session = ArchiveSession::Open(options.archive);
-    if (ExitCode code = CheckOpened(progress, options.archive, session.status()); code != kExitOk) {
+    std::optional<ArchiveSession> session;
+    if (ExitCode code = OpenExisting(progress, options.archive, session); code != kExitOk) {
       return code;
     }
     RegisterCallbacks(context);

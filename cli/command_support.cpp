@@ -27,6 +27,27 @@ ExitCode CheckOpened(ProgressDisplay& progress, const std::string& archive, uint
   return ExitCodeForStatus(status);
 }
 
+ExitCode OpenExisting(ProgressDisplay& progress, const std::string& archive,
+                      std::optional<ArchiveSession>& session) {
+  if (std::string problem = PathProblem(archive); !problem.empty()) {
+    ReportError(progress, archive + ": " + problem);
+    return kExitFailed;
+  }
+  session.emplace(ArchiveSession::Open(archive));
+  return CheckOpened(progress, archive, session->status());
+}
+
+ExitCode OpenAndList(ProgressDisplay& progress, const std::string& archive, const std::string& what,
+                     std::optional<ArchiveSession>& session, std::vector<EntryRecord>& entries,
+                     std::vector<Damage>* damage) {
+  if (ExitCode code = OpenExisting(progress, archive, session); code != kExitOk) return code;
+  if (uint16_t status = ListOpenArchive(entries, damage, archive); status != AR_OK) {
+    ReportError(progress, what + " failed: " + DescribeStatus(status));
+    return ExitCodeForStatus(status);
+  }
+  return kExitOk;
+}
+
 ExitCode FinishOperation(HostContext& context, const std::string& what, uint16_t status) {
   if (status == AR_OK) return context.warnings > 0 ? kExitWarning : kExitOk;
   if (status == AR_ABORTED) {

@@ -1,11 +1,14 @@
 // The commands of acearc, one file each, and the options they take.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "entry_check.h"
 #include "exit_codes.h"
 #include "host_context.h"
+#include "plugin_session.h"
 
 namespace acearc {
 
@@ -27,6 +30,7 @@ struct AddOptions {
   bool excludePaths = false;  // -ep
   bool recurse = true;        // -r- turns it off
   std::string prefix;
+  int threads = 0;                    // -T: 0 leaves it to the plug-in
   std::vector<std::string> excludes;  // -x
 };
 
@@ -73,6 +77,19 @@ void ReportError(ProgressDisplay& progress, const std::string& text);
 // Opens an existing archive; on failure reports why and gives the exit code
 // (kExitOk when it is open).
 ExitCode CheckOpened(ProgressDisplay& progress, const std::string& archive, uint16_t status);
+
+// Opens the existing archive a command works on. A path the plug-in cannot
+// take and a failed open are reported and give the exit code; kExitOk when
+// `session` holds the open archive.
+ExitCode OpenExisting(ProgressDisplay& progress, const std::string& archive,
+                      std::optional<ArchiveSession>& session);
+
+// OpenExisting, then the archive's entries into `entries` (and with
+// `damage`, what the listing shows wrong); a listing that fails is reported
+// as `what` ("deleting from foo.ace") failed.
+ExitCode OpenAndList(ProgressDisplay& progress, const std::string& archive, const std::string& what,
+                     std::optional<ArchiveSession>& session, std::vector<EntryRecord>& entries,
+                     std::vector<Damage>* damage = nullptr);
 
 // Reports the outcome of an operation (`what` is "adding to foo.ace") and
 // gives the exit code, taking the reason of a host-side stop into account.

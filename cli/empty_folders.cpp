@@ -27,11 +27,9 @@ std::string Upper(std::string name) {
 std::optional<std::vector<EntryRecord>> ListRecords(const std::string& archive) {
   ArchiveSession session = ArchiveSession::Open(archive);
   if (session.status() != AR_OK) return std::nullopt;
-  MaskList all;
-  EntryList list;
-  BuildArcFileList(list.get(), all.get());
-  if (GetArchiveStatus() != AR_OK) return std::nullopt;
-  return RecordsOf(list);
+  std::vector<EntryRecord> records;
+  if (ListOpenArchive(records) != AR_OK) return std::nullopt;
+  return records;
 }
 
 bool HoldsSomething(const std::set<std::string>& upperNames, const std::string& upperFolder) {

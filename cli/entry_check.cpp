@@ -1,9 +1,9 @@
 #include "entry_check.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 
+#include "damage_check.h"
 #include "entry_format.h"
 #include "file_access.h"
 #include "file_check.h"
@@ -29,30 +29,6 @@ std::vector<std::string> SplitStored(const std::string& stored) {
   return parts;
 }
 
-// A scratch folder removed with all it holds, also when the extraction left
-// read-only files or folders in it.
-class ScratchFolder {
- public:
-  ScratchFolder() : path_(MakeTempFolder("acearc-check-")) {}
-  ~ScratchFolder() {
-    if (path_.empty()) return;
-    std::error_code ec;
-    fs::permissions(path_, fs::perms::owner_all, fs::perm_options::add, ec);
-    for (auto it = fs::recursive_directory_iterator(path_, ec);
-         !ec && it != fs::recursive_directory_iterator(); it.increment(ec)) {
-      if (!it->is_symlink())
-        fs::permissions(it->path(), fs::perms::owner_all, fs::perm_options::add, ec);
-    }
-    fs::remove_all(path_, ec);
-  }
-  ScratchFolder(const ScratchFolder&) = delete;
-  ScratchFolder& operator=(const ScratchFolder&) = delete;
-  const fs::path& path() const { return path_; }
-
- private:
-  fs::path path_;
-};
-
 }  // namespace
 
 std::vector<EntryRecord> RecordsOf(const EntryList& list) {
@@ -63,6 +39,17 @@ std::vector<EntryRecord> RecordsOf(const EntryList& list) {
                        IsDirectoryEntry(*e), e->DosTime});
   }
   return records;
+}
+
+uint16_t ListOpenArchive(std::vector<EntryRecord>& records, std::vector<Damage>* damage,
+                         const std::string& archive) {
+  MaskList all;
+  EntryList list;
+  BuildArcFileList(list.get(), all.get());
+  const uint16_t status = GetArchiveStatus();
+  records = RecordsOf(list);
+  if (damage != nullptr) *damage = CheckListing(archive, list.entries());
+  return status;
 }
 
 bool NameHoldsNul(const ArcFileEntry& entry) {
@@ -133,42 +120,6 @@ std::vector<std::string> FindMismatches(const fs::path& root,
     }
   }
   return bad;
-}
-
-std::optional<std::vector<std::string>> FindDamagedByExtracting(
-    const std::string& archive, const std::vector<EntryRecord>& entries, const Answers& answers) {
-  uint64_t total = 0;
-  for (const EntryRecord& entry : entries) {
-    if (!IsSafeEntryName(entry.stored, true)) return std::nullopt;
-    total += entry.size;
-  }
-  ScratchFolder scratch;
-  if (scratch.path().empty()) return std::nullopt;
-  std::error_code spaceError;
-  const std::filesystem::space_info space = std::filesystem::space(scratch.path(), spaceError);
-  if (spaceError || space.available < total + (64u << 20)) return std::nullopt;
-  std::string output = PathText(scratch.path()) + "/";
-  if (output.size() > 200) return std::nullopt;
-
-  ProgressDisplay silent(OutputMode::Quiet);
-  Answers scratchAnswers = answers;
-  scratchAnswers.canAsk = false;  // the password, if any, was given while testing
-  HostContext context(Operation::Extract, scratchAnswers, silent);
-  {
-    ArchiveSession session = ArchiveSession::Open(archive);
-    if (session.status() != AR_OK) return std::nullopt;
-    RegisterCallbacks(context);
-    DecompOptions decomp{};
-    decomp.RestorePaths = 1;
-    SetDecompExtraFeatures(&decomp);
-    SetOutputPath(output.c_str());
-    MaskList all;
-    all.Append("*.*");
-    ExtractFileMaskListArc(all.get());
-    uint16_t status = GetArchiveStatus();
-    if (status != AR_OK && status != AR_ARCHIVE_ERROR) return std::nullopt;
-  }
-  return FindMismatches(scratch.path(), entries, true, {}, nullptr);
 }
 
 }  // namespace acearc

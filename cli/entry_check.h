@@ -1,6 +1,6 @@
 // Checks of archive entries made by the host: names that would land outside
 // the output folder, and extracted files compared with the sizes and CRCs of
-// the listing, which is how acearc names the entries of a damaged archive.
+// the listing, which is how acearc x names the entries of a damaged archive.
 #pragma once
 
 #include <cstdint>
@@ -28,6 +28,14 @@ struct EntryRecord {
 // File and directory entries of a list (recovery records are left out).
 std::vector<EntryRecord> RecordsOf(const EntryList& list);
 
+struct Damage;
+
+// Lists the entries of the open archive into `records`; returns the status
+// the listing left. With `damage`, also what the listing shows wrong against
+// the file `archive` (CheckListing).
+uint16_t ListOpenArchive(std::vector<EntryRecord>& records, std::vector<Damage>* damage = nullptr,
+                         const std::string& archive = {});
+
 // Whether a listed file entry's stored name holds a NUL: the listing keeps
 // the name up to it, and the rest is lost to every file system.
 bool NameHoldsNul(const ArcFileEntry& entry);
@@ -53,11 +61,5 @@ std::vector<std::string> FindMismatches(const std::filesystem::path& root,
                                         const std::vector<EntryRecord>& entries, bool restorePaths,
                                         const std::set<std::string>& ignore,
                                         const std::set<std::string>* only);
-
-// Extracts the whole archive into a scratch folder under the system's
-// temporary folder, compares, and removes the folder again. nullopt when that
-// cannot be done (no space, unsafe names, the extraction failed otherwise).
-std::optional<std::vector<std::string>> FindDamagedByExtracting(
-    const std::string& archive, const std::vector<EntryRecord>& entries, const Answers& answers);
 
 }  // namespace acearc

@@ -114,14 +114,14 @@ int main(int argc, char** argv) {
   a->add_option("-d,--dictionary", add.dictionaryKB, "dictionary size in KB (default 1024)")
       ->check(CLI::IsMember({64u, 128u, 256u, 512u, 1024u}));
   a->add_option("-m,--level", add.level,
-                "compression level, 1 fast .. 4 best (default 1); none stores:\n"
+                "compression level, 0 fastest .. 4 best (default 1); none stores:\n"
                 "  1  fast: hash-chain search of 32 steps\n"
                 "  2  hash-chain search of 48 steps\n"
                 "  3  hash-chain search of 64 steps\n"
                 "  4  best: optimal parsing with the 1024 KB dictionary, hash-chain search of "
                 "256 steps with smaller ones\n"
-                "  0  exhaustive: no limit on the hash-chain search; packs about as tightly as 4 "
-                "and is by far the slowest")
+                "  0  fastest: each match taken as found after a hash-chain search of 8 steps; "
+                "about 3.5 times as fast as 1 and some 10 % larger")
       ->check(CLI::Range(0, 4));
   a->add_flag("-s,--solid", add.solid, "solid archive: files share one compression history");
   a->add_flag("--ep", add.excludePaths, "store names without their directories (also -ep)");
@@ -131,6 +131,12 @@ int main(int argc, char** argv) {
   a->add_flag("--no-recurse", noRecurse,
               "only the files directly inside the directories named (also -r-)");
   a->add_option("--prefix", add.prefix, "folder stored in front of every name");
+  a->add_option("-T,--threads", add.threads,
+                "compress on N threads (default: every core, capped so that the engines take "
+                "at most 256 MiB; 1: one thread). The archive is the same whatever N; level 4 "
+                "with the 1024 KB dictionary always uses one thread. The environment variable "
+                "ACEPLUG_THREADS does the same for any host")
+      ->check(CLI::Range(1, 64));
   AddExcludeOption(a, add.excludes,
                    "leave out the files and folders this mask selects, matched against the names "
                    "below the common folder (\"*.o\", \"build\")");

@@ -3,8 +3,8 @@
 // Input: one flag byte, the unpacked size as 3 bytes little-endian, then the packed data.
 // Flags: bits 0-1 choose the output chunk size, bits 2-3 the size of the pieces in which the
 // source hands out the packed bytes, bit 4 decodes the data a second time as the next file of a
-// solid run. Whatever the data, the decoder must return a status and never hand out more than
-// the unpacked size.
+// solid run, bits 5-7 the dictionary (64 KB << n, n taken modulo 5: 64 KB to 1 MB). Whatever
+// the data, the decoder must return a status and never hand out more than the unpacked size.
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -64,7 +64,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static const size_t kPieces[4] = {1u << 20, 1, 3, 4096};
 
   ace::Lz77Decoder decoder;
-  if (decoder.Init(1u << 16, kChunks[flags & 3]) != ace::DecodeStatus::kOk) return 0;
+  const uint32_t dictionary = (1u << 16) << ((flags >> 5) % 5);
+  if (decoder.Init(dictionary, kChunks[flags & 3]) != ace::DecodeStatus::kOk) return 0;
   const size_t piece = kPieces[(flags >> 2) & 3];
   DecodeOnce(decoder, data + 4, size - 4, unpacked, piece, false);
   if (flags & 0x10) DecodeOnce(decoder, data + 4, size - 4, unpacked, piece, true);

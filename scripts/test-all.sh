@@ -3,7 +3,8 @@
 # proves the record layouts) and under AddressSanitizer + UndefinedBehaviorSanitizer,
 # checks the installed tree (scripts/check-install.sh, a test of the native
 # suite), builds the benchmarks (without running them), then runs each fuzzer
-# (decoder, compress-decode round trip, comment decoder, archive listing) for
+# (decoder at every dictionary, compress-decode round trip, comment decoder,
+# archive listing, testing and extraction, adding and deleting, file masks) for
 # FUZZ_SECONDS (default 60).
 #
 # Where a tool is missing (a 32-bit toolchain, clang's libFuzzer) or 32-bit

@@ -1,5 +1,6 @@
 #include "unace/archive_scan.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <vector>
@@ -87,71 +88,108 @@ bool FindMainHeader(HANDLE file, MainHeader* header) {
   return false;
 }
 
-int64_t FindFirstHeader(HANDLE file, const MainHeader& main) {
-  const int64_t size = SizeOf(file);
-  const uint32_t start = main.Pos + main.Size;
-  if (size < 0 || size <= start) return -1;
-  const int64_t left = size - start;
-  const uint32_t want =
-      left < kMainHeaderSearchBytes ? static_cast<uint32_t>(left) : kMainHeaderSearchBytes;
-  std::vector<uint8_t> buf(want);
-  const int64_t n = ReadAt(file, start, buf.data(), want);
-  if (n <= 0) return -1;
-  // Anything between the main header and the first intact file header
-  // (recovery data, damage) is stepped over.
-  for (int64_t p = 0; p + static_cast<int64_t>(kFileFixedSize) <= n; ++p) {
-    const uint8_t* h = buf.data() + p;
-    if (h[4] != 1) continue;
-    if (p + 4 + static_cast<int64_t>(U16(h + 2)) > n) continue;
-    if (ChecksumHolds(h)) return start + p;
+namespace {
+
+// Takes the fields of the header whose first `available` bytes are at `h`.
+// False when they cannot belong to a header of its type.
+bool ParseFields(const uint8_t* h, uint32_t available, EntryHeader* header) {
+  if (available < 7) return false;
+  const uint32_t headSize = U16(h + 2);
+  header->Type = h[4];
+  header->Flags = U16(h + 5);
+  header->DataPos = header->Pos + 4 + headSize;
+  if (headSize < 3) return false;
+  if (header->Type == 2 || header->Type == 5) {
+    if (headSize < 7 || available < 11) return false;
+    header->PackSize = U32(h + 7);
+    return true;
   }
-  return -1;
+  if (header->Type != 1 || headSize + 4 < kFileFixedSize || available < kFileFixedSize) {
+    return false;
+  }
+  header->PackSize = U32(h + 7);
+  header->OrigSize = U32(h + 11);
+  header->Time = U32(h + 15);
+  header->Attributes = U32(h + 19);
+  header->Crc32 = U32(h + 23);
+  header->Method = h[27];
+  header->TechParm = U16(h + 29);
+  const uint32_t nameSize = U16(h + 33);
+  if (kFileFixedSize + nameSize > headSize + 4) return false;
+  const uint32_t present = std::min(nameSize, available - kFileFixedSize);
+  header->Name.assign(reinterpret_cast<const char*>(h + kFileFixedSize), present);
+  // A NUL inside a stored name would hide the rest of it from every check.
+  if (header->Name.find('\0') != std::string::npos) {
+    header->Name.clear();
+    return false;
+  }
+  return present == nameSize;
 }
 
+// Whether a file header as writers make it could start at `h`, with
+// `available` bytes from there: its size is that of its fields, name and
+// comment, it lies within those bytes and its checksum holds. Adds the bytes
+// checksummed to `*work`.
+bool IsIntactFileHeader(const uint8_t* h, uint32_t available, uint64_t* work) {
+  if (available < kFileFixedSize + 2 || h[4] != 1) return false;
+  const uint32_t headSize = U16(h + 2);
+  const uint32_t nameSize = U16(h + 33);
+  const uint32_t commentAt = kFileFixedSize + nameSize;  // COMMENT_SIZE
+  if (commentAt + 2 > available) return false;
+  const uint32_t comment = (U16(h + 5) & kFileFlagComment) != 0 ? U16(h + commentAt) : 0;
+  if (headSize + 4 != commentAt + 2 + comment || headSize + 4 > available) return false;
+  *work += headSize;
+  return ChecksumHolds(h);
+}
+
+}  // namespace
+
 HeaderRead ReadEntryHeader(HANDLE file, uint32_t pos, uint32_t fileSize, EntryHeader* header) {
+  *header = EntryHeader{};
+  header->Pos = pos;
   if (pos >= fileSize) return HeaderRead::End;
   uint8_t head[4];
   const int64_t got = ReadAt(file, pos, head, 4);
   if (got < 0) return HeaderRead::IoError;
   if (got < 4) return HeaderRead::Truncated;
   const uint32_t headSize = U16(head + 2);
-  if (headSize < 3) return HeaderRead::Broken;
   std::vector<uint8_t> buf(4 + headSize);
   const int64_t all = ReadAt(file, pos, buf.data(), 4 + headSize);
   if (all < 0) return HeaderRead::IoError;
+  const bool fieldsFit = ParseFields(buf.data(), static_cast<uint32_t>(all), header);
   if (all < 4 + headSize) return HeaderRead::Truncated;
-  const uint8_t* h = buf.data();
-  if (!ChecksumHolds(h)) return HeaderRead::Broken;
-
-  *header = EntryHeader{};
-  header->Pos = pos;
-  header->Type = h[4];
-  header->Flags = U16(h + 5);
-  header->DataPos = pos + 4 + headSize;
-  if (header->Type == 2 || header->Type == 5) {
-    if (headSize < 7) return HeaderRead::Broken;
-    header->PackSize = U32(h + 7);
-  } else if (header->Type == 1) {
-    if (headSize + 4 < kFileFixedSize) return HeaderRead::Broken;
-    header->PackSize = U32(h + 7);
-    header->OrigSize = U32(h + 11);
-    header->Time = U32(h + 15);
-    header->Attributes = U32(h + 19);
-    header->Crc32 = U32(h + 23);
-    header->Method = h[27];
-    header->TechParm = U16(h + 29);
-    const uint32_t nameSize = U16(h + 33);
-    if (kFileFixedSize + nameSize > headSize + 4) return HeaderRead::Broken;
-    header->Name.assign(reinterpret_cast<const char*>(h + kFileFixedSize), nameSize);
-    // A NUL inside a stored name would hide the rest of it from every check.
-    if (header->Name.find('\0') != std::string::npos) return HeaderRead::Broken;
-  } else {
-    return HeaderRead::Broken;
-  }
+  if (!ChecksumHolds(buf.data()) || !fieldsFit) return HeaderRead::Broken;
   if (static_cast<uint64_t>(header->DataPos) + header->PackSize > 0xFFFFFFFFull) {
     return HeaderRead::Broken;
   }
   return HeaderRead::Ok;
+}
+
+int64_t FindNextFileHeader(HANDLE file, uint32_t from, uint32_t fileSize) {
+  // Each window holds every candidate's longest possible header beyond it, so
+  // windows overlap by that much.
+  constexpr uint32_t kLongestHeader = 4 + 0xFFFF;
+  constexpr uint32_t kWindow = 4 * kLongestHeader;
+  // Bytes of hostile data can pose as a header at every position; past this
+  // much checksumming the search gives up rather than take quadratic time.
+  constexpr uint64_t kWorkLimit = 64u << 20;
+  std::vector<uint8_t> buf(kWindow);
+  uint64_t work = 0;
+  for (uint32_t start = from; start < fileSize;) {
+    const int64_t n = ReadAt(file, start, buf.data(), kWindow);
+    if (n <= 0) return -1;
+    const bool last = n < kWindow || start + static_cast<uint64_t>(n) >= fileSize;
+    const uint32_t span = last ? static_cast<uint32_t>(n) : kWindow - kLongestHeader;
+    for (uint32_t p = 0; p < span; ++p) {
+      if (IsIntactFileHeader(buf.data() + p, static_cast<uint32_t>(n) - p, &work)) {
+        return start + p;
+      }
+      if (work > kWorkLimit) return -1;
+    }
+    if (last) return -1;
+    start += span;
+  }
+  return -1;
 }
 
 std::string VolumePath(const std::string& firstVolume, uint32_t number) {

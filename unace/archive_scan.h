@@ -1,5 +1,6 @@
-// Reading the archive structure: the main header search, the file header
-// walk, and the names of the volumes that follow the first one.
+// Reading the archive structure: the main header search, the header chain
+// with its checks, the search for an intact header after damage, and the
+// names of the volumes that follow the first one.
 #pragma once
 
 #include <cstdint>
@@ -15,6 +16,7 @@ inline constexpr uint32_t kMainHeaderSearchBytes = 61440;
 
 // HEAD_FLAGS bits the library acts on.
 inline constexpr uint16_t kMainFlagSolid = 0x8000;
+inline constexpr uint16_t kFileFlagComment = 0x0002;
 inline constexpr uint16_t kFileFlagFromPrevVolume = 0x1000;  // data began in the volume before
 inline constexpr uint16_t kFileFlagToNextVolume = 0x2000;    // data goes on in the next volume
 inline constexpr uint16_t kFileFlagEncrypted = 0x4000;
@@ -68,11 +70,14 @@ bool FindMainHeader(HANDLE file, MainHeader* header);
 // The archive record the callbacks see for the volume `name` (number
 // `volume`) whose main header is `main`; the reserved words are left alone.
 void DescribeArchive(const MainHeader& main, char* name, uint32_t volume, AceArchiveData* data);
-// The position of the first valid file header after the main header (bytes in
-// between are stepped over), or -1 when there is none within the search range.
-int64_t FindFirstHeader(HANDLE file, const MainHeader& main);
-// Reads the header at `pos` of a file of `fileSize` bytes.
+// Reads the header at `pos` of a file of `fileSize` bytes. A header that is
+// Truncated or Broken still gets the fields that could be read (a name only
+// when it lies inside the header), so that the damage can be put to an entry.
 HeaderRead ReadEntryHeader(HANDLE file, uint32_t pos, uint32_t fileSize, EntryHeader* header);
+// The position of the next file header at or after `from` whose size is that
+// of its fields, name and comment and whose checksum holds; -1 when the rest
+// of the file holds none (or too much data poses as headers to tell).
+int64_t FindNextFileHeader(HANDLE file, uint32_t from, uint32_t fileSize);
 
 // The path of volume `number` (1 and up) of the set whose first volume is
 // `firstVolume`: the extension becomes ".c00" for volume 1, ".c01" for 2, ...

@@ -36,8 +36,9 @@ class Notifier {
   AceProgressData progress{};
 
   // Each returns the caller's answer (ACE_CALLBACK_RETURN_...); a missing
-  // callback answers OK. An answer of CANCEL sets Cancelled().
-  int Error(uint32_t type, uint32_t code);
+  // callback answers OK. An answer of CANCEL sets Cancelled(). An archive
+  // error about one entry (`aboutFile`) carries the file record as well.
+  int Error(uint32_t type, uint32_t code, bool aboutFile = false);
   int Request(uint32_t type, uint32_t code);
   int State(uint32_t type, uint32_t code);
   int Info(uint32_t type, uint32_t code);
@@ -48,7 +49,7 @@ class Notifier {
   int Result() const;
 
  private:
-  int Call(AceCallbackProc proc, uint32_t type, uint32_t code);
+  int Call(AceCallbackProc proc, uint32_t type, uint32_t code, bool withFile = false);
   uint32_t operation_;
   bool cancelled_ = false;
   int lastError_ = ACE_RESULT_OK;

@@ -69,9 +69,18 @@ class Operation {
   // Moves past the rest of an entry that goes on in later volumes.
   bool SkipContinuation(const EntryHeader& entry);
 
-  // The entries of the current volume from `pos` on. Returns how the walk ended.
-  HeaderRead Walk(uint32_t pos, std::vector<EntryHeader>* entries);
+  // The entries of the current volume from `pos` on, up to the end of the
+  // volume, an entry that goes on in the next one, or a header that cannot be
+  // taken (`stopper`). Returns how the walk ended.
+  HeaderRead Walk(uint32_t pos, std::vector<EntryHeader>* entries, EntryHeader* stopper);
   bool Selected(const EntryHeader& entry) const;
+  // The entry's data runs past the end of its volume.
+  bool CutShort(const EntryHeader& entry) const { return entry.End() > volumeSize_; }
+  // Reports a header that is damaged or cut off, naming its entry when the
+  // name could be read. True when the operation must stop.
+  bool ReportBrokenHeader(const EntryHeader& header);
+  // Reports an entry whose data does not reach its end. True when the operation must stop.
+  bool ReportCutShort(const EntryHeader& entry);
 
   // One entry. False when the operation must stop.
   bool Process(const EntryHeader& entry, bool selected);
@@ -82,8 +91,8 @@ class Operation {
   bool Deliver(const uint8_t* data, size_t size, bool selected);
   bool ReportProgress();
   // Reports an error and says whether to stop.
-  bool Fail(uint32_t type, uint32_t code) {
-    notifier_.Error(type, code);
+  bool Fail(uint32_t type, uint32_t code, bool aboutFile = false) {
+    notifier_.Error(type, code, aboutFile);
     return notifier_.Cancelled();
   }
 
@@ -184,15 +193,18 @@ bool Operation::NextVolume(const EntryHeader& entry, EntryHeader* continuation) 
     stop_ = true;
     return false;
   }
-  const int64_t first = FindFirstHeader(volume_, main_);
-  const HeaderRead read =
-      first < 0 ? HeaderRead::Broken
-                : ReadEntryHeader(volume_, static_cast<uint32_t>(first), volumeSize_, continuation);
-  if (read != HeaderRead::Ok || continuation->Type != 1 ||
+  // The continuation is the first file header of the chain; only recovery
+  // records may stand before it.
+  uint32_t pos = main_.Pos + main_.Size;
+  HeaderRead read = ReadEntryHeader(volume_, pos, volumeSize_, continuation);
+  while (read == HeaderRead::Ok && continuation->Type != 1) {
+    pos = continuation->End();
+    read = ReadEntryHeader(volume_, pos, volumeSize_, continuation);
+  }
+  if (read != HeaderRead::Ok || CutShort(*continuation) ||
       (continuation->Flags & kFileFlagFromPrevVolume) == 0 || continuation->Name != entry.Name) {
-    Fail(ACE_CALLBACK_TYPE_ARCHIVE, read == HeaderRead::IoError || read == HeaderRead::Truncated
-                                        ? ACE_CALLBACK_ERROR_READ
-                                        : ACE_CALLBACK_ERROR_HEADER);
+    Fail(ACE_CALLBACK_TYPE_ARCHIVE,
+         read == HeaderRead::IoError ? ACE_CALLBACK_ERROR_READ : ACE_CALLBACK_ERROR_HEADER);
     stop_ = true;
     return false;
   }
@@ -210,19 +222,46 @@ bool Operation::SkipContinuation(const EntryHeader& entry) {
   return true;
 }
 
-HeaderRead Operation::Walk(uint32_t pos, std::vector<EntryHeader>* entries) {
+HeaderRead Operation::Walk(uint32_t pos, std::vector<EntryHeader>* entries, EntryHeader* stopper) {
   entries->clear();
   for (;;) {
     EntryHeader header;
     const HeaderRead read = ReadEntryHeader(volume_, pos, volumeSize_, &header);
-    if (read != HeaderRead::Ok) return read;
+    if (read != HeaderRead::Ok) {
+      *stopper = header;
+      return read;
+    }
     pos = header.End();
-    if (header.Type != 1) continue;  // recovery records carry nothing to unpack
+    if (header.Type != 1) {
+      // Recovery records carry nothing to unpack, but their data must be there.
+      if (CutShort(header)) {
+        *stopper = header;
+        return HeaderRead::Truncated;
+      }
+      continue;
+    }
     // The tail of an entry whose start lies in a volume not being read.
-    if ((header.Flags & kFileFlagFromPrevVolume) != 0) continue;
+    if ((header.Flags & kFileFlagFromPrevVolume) != 0 && !CutShort(header)) continue;
     entries->push_back(header);
+    if (CutShort(header)) return HeaderRead::End;  // nothing can follow it
     if ((header.Flags & kFileFlagToNextVolume) != 0) return HeaderRead::Ok;
   }
+}
+
+bool Operation::ReportBrokenHeader(const EntryHeader& header) {
+  const bool named = header.Type == 1 && !header.Name.empty();
+  if (named) {
+    DescribeFile(header);
+  } else {
+    notifier_.file = AceFileData{};
+    notifier_.file.SourceFileName = "";
+  }
+  return Fail(ACE_CALLBACK_TYPE_ARCHIVE, ACE_CALLBACK_ERROR_HEADER, named);
+}
+
+bool Operation::ReportCutShort(const EntryHeader& entry) {
+  DescribeFile(entry);
+  return Fail(ACE_CALLBACK_TYPE_ARCHIVE, ACE_CALLBACK_ERROR_ARCHIVE_CRC, true);
 }
 
 bool Operation::Selected(const EntryHeader& entry) const {
@@ -277,11 +316,11 @@ int32_t Operation::ReadPacked(void* context, uint8_t* buffer, uint32_t size) {
   }
   const uint32_t want = std::min(size, self->partLeft_);
   const int64_t got = ReadAt(self->volume_, self->partPos_, buffer, want);
-  if (got <= 0) {
-    // The volume ends before the entry's data does, or cannot be read.
+  if (got < 0) {
     self->readFailed_ = true;
     return -1;
   }
+  // 0: the volume ends before the entry's data does, which the caller sees as damage.
   self->partPos_ += static_cast<uint32_t>(got);
   self->partLeft_ -= static_cast<uint32_t>(got);
   self->notifier_.progress.FileCompressedSize += static_cast<uint64_t>(got);
@@ -333,7 +372,7 @@ bool Operation::Unpack(const EntryHeader& entry, bool selected, OutputFile* out)
       const uint32_t want = static_cast<uint32_t>(std::min<uint64_t>(left, kCopyChunk));
       const int32_t got = ReadPacked(this, buffer.data(), want);
       if (got <= 0) {
-        readFailed_ = true;
+        damaged = !readFailed_;
         break;
       }
       if (!Deliver(buffer.data(), static_cast<size_t>(got), selected)) return false;
@@ -364,19 +403,15 @@ bool Operation::Unpack(const EntryHeader& entry, bool selected, OutputFile* out)
         stop_ = true;
         return false;
       }
-      if (status == DecodeStatus::kReadError || status == DecodeStatus::kTruncated) {
-        readFailed_ =
-            readFailed_ || status == DecodeStatus::kReadError || entry.End() > volumeSize_;
-        damaged = !readFailed_;
-      } else {
-        damaged = true;
-      }
+      // Only a failed read is this machine's fault; data that ends too soon
+      // or does not decode is damage.
+      damaged = !readFailed_;
       break;
     }
   }
   if (stop_) return false;
   if (readFailed_) {
-    // A read failure or an archive that ends too soon: what follows cannot be trusted.
+    // A read failure: what follows cannot be trusted.
     if (out_ != nullptr) out_->Discard();
     Fail(ACE_CALLBACK_TYPE_ARCHIVE, ACE_CALLBACK_ERROR_READ);
     stop_ = true;
@@ -388,7 +423,7 @@ bool Operation::Unpack(const EntryHeader& entry, bool selected, OutputFile* out)
   }
   if (damaged || crc_ != entry.Crc32) {
     if (out_ != nullptr) out_->Discard();
-    if (selected) return !Fail(ACE_CALLBACK_TYPE_ARCHIVE, ACE_CALLBACK_ERROR_ARCHIVE_CRC);
+    if (selected) return !Fail(ACE_CALLBACK_TYPE_ARCHIVE, ACE_CALLBACK_ERROR_ARCHIVE_CRC, true);
     return true;
   }
   if (out_ != nullptr && !out_->Commit(entry.Time, entry.Attributes)) {
@@ -407,6 +442,7 @@ bool Operation::Process(const EntryHeader& entry, bool selected) {
     if (notifier_.Cancelled()) return false;
     if (answer != ACE_CALLBACK_RETURN_OK) selected = false;
   }
+  if (CutShort(entry)) return !ReportCutShort(entry);
   const bool historyOnly = !selected;
   if (op == ACE_CALLBACK_OPERATION_LIST || (historyOnly && !CarriesHistory(entry))) {
     return SkipContinuation(entry);
@@ -493,15 +529,18 @@ int Operation::Run() {
       ACE_CALLBACK_RETURN_CANCEL) {
     return notifier_.Result();
   }
-  const int64_t first = FindFirstHeader(volume_, main_);
-  if (first < 0) return notifier_.Result();  // an archive without entries
   const bool solid = (main_.Flags & kMainFlagSolid) != 0;
 
-  uint32_t pos = static_cast<uint32_t>(first);
+  // The chain of headers begins right after the main header; whatever breaks
+  // it is reported, and the walk goes on at the next intact file header for
+  // as long as the caller lets it.
+  uint32_t pos = main_.Pos + main_.Size;
   std::vector<EntryHeader> entries;
   for (;;) {
-    const HeaderRead end = Walk(pos, &entries);
-    const bool continues = !entries.empty() && (entries.back().Flags & kFileFlagToNextVolume) != 0;
+    EntryHeader stopper;
+    const HeaderRead end = Walk(pos, &entries, &stopper);
+    const bool continues = !entries.empty() && !CutShort(entries.back()) &&
+                           (entries.back().Flags & kFileFlagToNextVolume) != 0;
     // Which entries to unpack: the selected ones, and in a solid stream every
     // compressed entry whose history a later unpacked entry continues. What
     // the next volume holds is unknown, so the entry that runs into it counts
@@ -521,19 +560,28 @@ int Operation::Run() {
     }
     for (size_t i = 0; i < entries.size(); ++i) {
       const EntryHeader& e = entries[i];
-      const bool ok = needed[i] ? Process(e, selected[i] != 0) : SkipContinuation(e);
+      bool ok;
+      if (needed[i]) {
+        ok = Process(e, selected[i] != 0);
+      } else {
+        ok = CutShort(e) ? !ReportCutShort(e) : SkipContinuation(e);
+      }
       if (!ok || stop_ || notifier_.Cancelled()) return notifier_.Result();
     }
     if (continues) {
       pos = resumePos_;
       continue;
     }
-    if (end == HeaderRead::Truncated || end == HeaderRead::IoError) {
+    if (end == HeaderRead::IoError) {
       Fail(ACE_CALLBACK_TYPE_ARCHIVE, ACE_CALLBACK_ERROR_READ);
-    } else if (end == HeaderRead::Broken) {
-      Fail(ACE_CALLBACK_TYPE_ARCHIVE, ACE_CALLBACK_ERROR_HEADER);
+      return notifier_.Result();
     }
-    return notifier_.Result();
+    // A header that seems to run past the end of the file may as well be
+    // damage that an intact header follows.
+    if (end == HeaderRead::End || ReportBrokenHeader(stopper)) return notifier_.Result();
+    const int64_t next = FindNextFileHeader(volume_, stopper.Pos + 1, volumeSize_);
+    if (next < 0) return notifier_.Result();
+    pos = static_cast<uint32_t>(next);
   }
 }
 

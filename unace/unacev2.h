@@ -55,10 +55,10 @@ enum {
   ACE_CALLBACK_ERROR_MEMORY = 512,   /* an allocation failed */
   ACE_CALLBACK_ERROR_UNCSPACE = 518, /* no room left for temporary data */
   /* archive */
-  ACE_CALLBACK_ERROR_ARCHIVE_CRC = 546, /* an entry's data does not match its CRC */
-  ACE_CALLBACK_ERROR_READ = 550,        /* the archive cannot be read, or ends too soon */
+  ACE_CALLBACK_ERROR_ARCHIVE_CRC = 546, /* an entry's data is damaged or cut off by the end */
+  ACE_CALLBACK_ERROR_READ = 550,        /* the archive cannot be read */
   ACE_CALLBACK_ERROR_SEEK = 552,        /* the archive cannot be positioned */
-  ACE_CALLBACK_ERROR_HEADER = 556,      /* a header is broken or of an unknown kind */
+  ACE_CALLBACK_ERROR_HEADER = 556,      /* a header is broken, cut off or of an unknown kind */
   ACE_CALLBACK_ERROR_JUNK = 558,        /* bytes that belong to no header were skipped */
   ACE_CALLBACK_ERROR_NOT_ACE = 559,     /* no ACE archive */
   ACE_CALLBACK_ERROR_VERSION = 561,     /* the archive needs a newer library */

@@ -130,7 +130,7 @@ typedef struct CompOptions {
   int32_t FormatCode;         /*    0 */
   int32_t DictionaryKB;       /*    4: host: dictionary code 3..11 */
   uint32_t Reserved8[4];      /*    8 */
-  int32_t Level;              /*   24: 0 fastest .. 4 best */
+  int32_t Level;              /*   24: 0 fastest (greedy) .. 4 best */
   int32_t Solid;              /*   28 */
   uint32_t Reserved32[7];     /*   32 */
   int32_t KeepPaths;          /*   60 */

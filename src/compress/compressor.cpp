@@ -1,5 +1,8 @@
 #include "compress/compressor.h"
 
+#include <algorithm>
+#include <cstring>
+
 #include "compress/compressor_core.h"
 #include "compress/hash_chain.h"
 #include "compress/optimal_engine.h"
@@ -18,6 +21,21 @@ const EngineOps* SelectEngine(int32_t dictionaryKB, int32_t level) {
   if (DictionaryCodeForKB(dictionaryKB) < 0) return nullptr;
   if (dictionaryKB == 1024 && level == 4) return OptimalEngineOps();
   return HashChainEngineOps(dictionaryKB);
+}
+
+uint8_t* HistoryOf(const CompressorCore& core) {
+  if (core.ops == nullptr || core.ops->kind != EngineKind::kHashChain) return nullptr;
+  return static_cast<const HashChainState*>(core.engine)->window;
+}
+
+// A fresh hash-chain start reads its first fill straight into the history at
+// offset 0; the seed fills in what lies behind the data that arrived.
+void PlaceSeed(CompressorCore& core, uint8_t* destination, int32_t filled, int32_t count) {
+  core.seedArmed = false;
+  if (destination != HistoryOf(core)) return;
+  const uint32_t from = std::max(static_cast<uint32_t>(filled), core.seedOffset);
+  const uint32_t to = std::min(static_cast<uint32_t>(count), core.seedOffset + core.seedLength);
+  if (from < to) std::memcpy(destination + from, core.seed + (from - core.seedOffset), to - from);
 }
 
 }  // namespace
@@ -39,6 +57,17 @@ int DictionaryCodeForKB(int32_t dictionaryKB) {
   }
 }
 
+uint64_t EngineMemoryBytes(int32_t dictionaryKB, int32_t level) {
+  const uint64_t d = uint64_t{static_cast<uint32_t>(dictionaryKB)} * 1024u;
+  const uint64_t coder = kBlockTokens * 8u + 128u * 1024u;  // tokens, output
+  if (dictionaryKB == 1024 && level == 4) {
+    // History, staging, the three heads, two links per position, the plan.
+    return d + 4096 + d / 2 + 256 + d + 4 * (1025 + 262145 + 1048577) + 8 * d + 4096 * 12 + coder;
+  }
+  // History, heads (the crowding flag in their top bit), links, the engine's state.
+  return 2 * d + 600 + 4 * d + 4 * d + sizeof(HashChainState) + coder;
+}
+
 // ---- shared paths ----
 
 // Reads until `count` bytes have arrived or the source ends: the engines take
@@ -58,6 +87,7 @@ int32_t ReadInput(CompressorCore& core, uint8_t* destination, int32_t count) {
     core.bytesRead += static_cast<uint32_t>(n);
     total += n;
   }
+  if (core.seedArmed && core.status == 0) PlaceSeed(core, destination, total, count);
   return total;
 }
 
@@ -109,6 +139,7 @@ bool Compressor::Init(int32_t dictionaryKB, int32_t level) {
   c.level = level;
   c.dictionaryBytes = static_cast<uint32_t>(dictionaryKB) * 1024u;
   c.ops = ops;
+  c.filesStarted = 0;
   if (!ops->setup(c)) {
     c.ops = nullptr;
     c.status = kCompressNoMemory;
@@ -140,6 +171,19 @@ EngineKind Compressor::Kind() const {
 int32_t Compressor::DictionaryKB() const { return core_->dictionaryKB; }
 int32_t Compressor::Level() const { return core_->level; }
 void Compressor::SetIo(const CompressorIo& io) { core_->io = io; }
+const CompressorIo& Compressor::Io() const { return core_->io; }
+
+void Compressor::SeedHistory(const uint8_t* bytes, uint32_t offset, uint32_t length) {
+  core_->seed = bytes;
+  core_->seedOffset = offset;
+  core_->seedLength = bytes != nullptr ? length : 0;
+}
+
+const uint8_t* Compressor::History() const { return HistoryOf(*core_); }
+uint32_t Compressor::HistoryBytes() const {
+  return History() != nullptr ? 2 * core_->dictionaryBytes : 0;
+}
+uint32_t Compressor::FilesStarted() const { return core_->filesStarted; }
 
 void Compressor::StartFile(uint32_t unpackedSize, bool solidContinue) {
   CompressorCore& c = *core_;
@@ -148,11 +192,17 @@ void Compressor::StartFile(uint32_t unpackedSize, bool solidContinue) {
   ResetCoder(c);
   // The engine reads input as it starts, so the CRC register is set first.
   c.crc = kCrcInit;
+  ++c.filesStarted;
   if (solidContinue) {
     c.ops->resume(c);
   } else {
+    c.seedArmed = c.seed != nullptr;
     c.ops->start(c);
   }
+  c.seed = nullptr;
+  c.seedOffset = 0;
+  c.seedLength = 0;
+  c.seedArmed = false;
   ResetCoder(c);
   if (c.ops->resetStats != nullptr) c.ops->resetStats(c);
   c.unpackedSize = unpackedSize;
@@ -162,6 +212,14 @@ void Compressor::Run() {
   CompressorCore& c = *core_;
   if (c.ops == nullptr) return;
   c.ops->run(c);
+}
+
+bool Compressor::CanSkip() const { return core_->ops != nullptr && core_->ops->skip != nullptr; }
+
+void Compressor::SkipFile(uint32_t unpackedSize, bool solidContinue) {
+  if (!CanSkip()) return;
+  StartFile(unpackedSize, solidContinue);
+  core_->ops->skip(*core_);
 }
 
 void Compressor::Finish() {

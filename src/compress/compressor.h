@@ -61,7 +61,7 @@ class Compressor {
   Compressor& operator=(const Compressor&) = delete;
 
   // Allocates the engine for a dictionary of 64, 128, 256, 512 or 1024 KB and
-  // a level 0..4 (0: chain walks without a limit). Any other dictionary or a
+  // a level 0..4 (0 fastest: greedy, short walks). Any other dictionary or a
   // failed allocation: false, status 8, nothing held. Init on a ready
   // compressor releases the old engine first.
   [[nodiscard]] bool Init(int32_t dictionaryKB, int32_t level);
@@ -73,6 +73,23 @@ class Compressor {
 
   // Takes effect at once; set it before StartFile.
   void SetIo(const CompressorIo& io);
+  const CompressorIo& Io() const;
+
+  // A hash-chain engine keeps its history buffer from file to file, and a
+  // fresh file's search may read the bytes that earlier files left behind its
+  // own data. SeedHistory gives the next fresh StartFile what another
+  // compressor's history would hold at offsets `offset` to offset + `length`;
+  // the part of it behind the file's data is put in place, so that this
+  // compressor codes the file as that one would. The bytes must stay valid
+  // until StartFile returns. The optimal engine, whose searches stop at the
+  // end of the data, ignores them.
+  void SeedHistory(const uint8_t* bytes, uint32_t offset, uint32_t length);
+  // The history buffer of a hash-chain engine (null for the optimal engine):
+  // HistoryBytes() bytes, where a fresh file's data begins at offset 0.
+  const uint8_t* History() const;
+  uint32_t HistoryBytes() const;
+  // Files started since Init, fresh or continued.
+  uint32_t FilesStarted() const;
 
   // One file: StartFile, Run, Finish. `solidContinue` keeps the history of
   // the previous file so that matches may reach into it. StartFile clears the
@@ -80,6 +97,12 @@ class Compressor {
   void StartFile(uint32_t unpackedSize, bool solidContinue);
   void Run();
   void Finish();
+
+  // Reads a file as StartFile and Run would and leaves the engine's tables as
+  // they would leave them, without coding it: the next file of a solid run
+  // then codes as if this one had been coded here. Needs CanSkip().
+  bool CanSkip() const;
+  void SkipFile(uint32_t unpackedSize, bool solidContinue);
 
   // Results of the current file, final after Finish.
   uint32_t PackedSize() const;  // bytes handed to the sink
@@ -124,5 +147,17 @@ int32_t CompressorDictionaryCode();
 
 // The adapter's compressor, for tests.
 Compressor& PluginCompressor();
+
+// Threads that may share the work of the operation set up by InitCompressor:
+// all cores by default, or ACEPLUG_THREADS when it holds a number from 1 on;
+// fewer when that many engines would take more than kEngineMemoryBudget;
+// 1 for the optimal engine, whose carried prices tie each file to the coding
+// of the one before.
+int CompressorThreads();
+inline constexpr uint64_t kEngineMemoryBudget = 256u << 20;
+inline constexpr int kMaxCompressorThreads = 64;
+
+// Bytes the tables of one engine take (Init), for a dictionary it serves.
+uint64_t EngineMemoryBytes(int32_t dictionaryKB, int32_t level);
 
 }  // namespace ace

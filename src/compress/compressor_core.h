@@ -4,10 +4,10 @@
 // inline recorders below; everything per block is out of line.
 #pragma once
 
-#include <bit>
 #include <cstdint>
 
 #include "compress/compressor.h"
+#include "format/lz77_format.h"
 
 namespace ace {
 
@@ -27,6 +27,9 @@ struct EngineOps {
   void (*start)(CompressorCore& core) = nullptr;
   void (*resume)(CompressorCore& core) = nullptr;
   void (*run)(CompressorCore& core) = nullptr;
+  // Optional: moves through the input as `run` does and enters every position
+  // in the tables as `run` would, but searches and codes nothing.
+  void (*skip)(CompressorCore& core) = nullptr;
   void (*abort)(CompressorCore& core) = nullptr;
   void (*blockClosed)(CompressorCore& core) = nullptr;  // before a block is coded
   void (*resetStats)(CompressorCore& core) = nullptr;   // at the start of every file
@@ -34,9 +37,6 @@ struct EngineOps {
 
 inline constexpr uint32_t kBlockTokens = 16384;
 inline constexpr uint32_t kOutputChunk = 16384;  // bytes per output write
-inline constexpr int kMainSymbols = 282;
-inline constexpr int kLengthSymbols = 256;
-inline constexpr int kWidthSymbols = 13;
 
 struct CompressorCore {
   // Set up by Init.
@@ -46,6 +46,15 @@ struct CompressorCore {
   const EngineOps* ops = nullptr;
   void* engine = nullptr;  // the engine's own state
   CompressorIo io;
+
+  // History bytes for offsets seedOffset.. of the next fresh start, placed
+  // behind its first fill (Compressor::SeedHistory); `seedArmed` while that
+  // fill is still to come.
+  const uint8_t* seed = nullptr;
+  uint32_t seedOffset = 0;
+  uint32_t seedLength = 0;
+  bool seedArmed = false;
+  uint32_t filesStarted = 0;
 
   // Per file.
   uint32_t status = 0;
@@ -58,12 +67,12 @@ struct CompressorCore {
   int32_t grew = 0;
 
   // Token buffer: four parallel arrays of kBlockTokens.
-  uint16_t* tokenMain = nullptr;      // main symbol 0..281
-  uint8_t* tokenLength = nullptr;     // length symbol, main symbols 256 and up
-  uint32_t* tokenDistance = nullptr;  // distance value d, main symbols 260 and up
+  uint16_t* tokenMain = nullptr;      // main symbol
+  uint8_t* tokenLength = nullptr;     // length symbol, for a repeat or a new distance
+  uint32_t* tokenDistance = nullptr;  // distance value d, for a new distance
   uint8_t* tokenBits = nullptr;       // significant bits of d
   uint32_t tokenCount = 0;
-  uint32_t ring[4] = {};  // recent distance values; ring[ringIndex] is the newest
+  uint32_t ring[lz77::kRingSize] = {};  // recent distance values; ring[ringIndex] is the newest
   uint32_t ringIndex = 0;
 
   // Bit writer. Words are stored as soon as they are complete; `chunksDone`
@@ -76,8 +85,8 @@ struct CompressorCore {
   uint32_t chunksDone = 0;
 
   // Frequencies of the last block (kept for engines that price by them).
-  uint32_t mainFrequency[kMainSymbols] = {};
-  uint32_t lengthFrequency[kLengthSymbols] = {};
+  uint32_t mainFrequency[lz77::kMainSymbols] = {};
+  uint32_t lengthFrequency[lz77::kLengthSymbols] = {};
 };
 
 // Allocation of the shared buffers (tokens, output); false when out of memory.
@@ -105,13 +114,12 @@ void FlushOutput(CompressorCore& core, uint32_t count);
 // the engine.
 void ReportProgress(CompressorCore& core);
 
-// Significant bits of a distance value (0 for 0).
-inline uint32_t DistanceBits(uint32_t d) { return static_cast<uint32_t>(std::bit_width(d)); }
-
-// Length symbol of the new-distance form for a match of `length` at distance
-// value `d`.
-inline uint32_t NewDistanceLengthSymbol(uint32_t length, uint32_t d) {
-  return length - 2 - (d > 255 ? 1 : 0) - (d > 8191 ? 1 : 0);
+// Whether a match at ring entry `i` goes out as a repeat: when the repeat
+// symbol can say its length, except that a far repeat (entries 2 and 3) is
+// not used for the shortest length of the new-distance form.
+inline bool TakesRepeat(uint32_t i, uint32_t lengthSymbol, uint32_t length) {
+  if (i >= 2 && lengthSymbol == 0) return false;
+  return length - lz77::RepeatMinLength(i) < lz77::kLengthSymbols;
 }
 
 inline void RecordLiteral(CompressorCore& core, uint32_t byte) {
@@ -131,30 +139,23 @@ inline void RecordMatch(CompressorCore& core, uint32_t lengthSymbol, uint32_t di
     core.tokenCount = 0;
   }
   const uint32_t d = distance - 1;
-  const uint32_t index = core.ringIndex;
-  uint32_t i = 0;
-  while (i < 4 && core.ring[(index - i) & 3] != d) ++i;
+  const uint32_t i = lz77::FindInRing(core.ring, core.ringIndex, d);
   const uint32_t t = core.tokenCount++;
-  if (i < 4 && !(i >= 2 && lengthSymbol == 0)) {
-    const uint32_t length = lengthSymbol + 2 + (d > 255 ? 1 : 0) + (d > 8191 ? 1 : 0);
-    if (!(length == 258 && i <= 1)) {
-      core.tokenMain[t] = static_cast<uint16_t>(256 + i);
-      core.tokenLength[t] = static_cast<uint8_t>(i <= 1 ? length - 2 : length - 3);
-      // Entry i moves to the front; the newer ones move back one place.
-      for (uint32_t j = (index - i) & 3; j != index; j = (j + 1) & 3) {
-        core.ring[j] = core.ring[(j + 1) & 3];
-      }
-      core.ring[index] = d;
+  if (i < lz77::kRingSize) {
+    const uint32_t length = lengthSymbol + lz77::NewDistanceMinLength(d);
+    if (TakesRepeat(i, lengthSymbol, length)) {
+      core.tokenMain[t] = static_cast<uint16_t>(lz77::kFirstRepeatSymbol + i);
+      core.tokenLength[t] = static_cast<uint8_t>(length - lz77::RepeatMinLength(i));
+      lz77::RepeatDistance(core.ring, core.ringIndex, i);
       return;
     }
   }
-  const uint32_t n = DistanceBits(d);
-  core.tokenMain[t] = static_cast<uint16_t>(260 + n);
+  const uint32_t n = lz77::DistanceBits(d);
+  core.tokenMain[t] = static_cast<uint16_t>(lz77::kFirstDistanceSymbol + n);
   core.tokenLength[t] = static_cast<uint8_t>(lengthSymbol);
   core.tokenDistance[t] = d;
   core.tokenBits[t] = static_cast<uint8_t>(n);
-  core.ringIndex = (index + 1) & 3;
-  core.ring[core.ringIndex] = d;
+  lz77::PushDistance(core.ring, core.ringIndex, d);
 }
 
 }  // namespace ace

@@ -18,16 +18,18 @@ namespace ace {
 const EngineOps* HashChainEngineOps(int32_t dictionaryKB);
 
 // Candidates a chain walk may examine, plus one: 32, 48, 64 and 256 for levels
-// 1 to 4; 0 (no limit at all) for level 0.
+// 1 to 4. Level 0 takes each match as it finds it, after 8 candidates at most.
 uint32_t ChainLimitForLevel(int32_t level);
 
 // The engine's state, process-wide for an operation and kept from file to
 // file of a solid run. Positions index `window`; 0 stands for "none".
 struct HashChainState {
-  uint8_t* window = nullptr;     // 2·D bytes of history and 600 spare, zeroed once
-  uint32_t* head = nullptr;      // newest position per 3-byte hash
+  // One allocation, owned through `head`.
+  uint8_t* window = nullptr;  // 2·D bytes of history and 600 spare, zeroed once
+  // Per 3-byte hash the newest position and, in the top bit, whether the
+  // hash's last walk ran out of its limit.
+  uint32_t* head = nullptr;
   uint32_t* chain = nullptr;     // previous position with the same hash, at p mod D
-  uint8_t* crowd = nullptr;      // per hash: its last walk ran out of the limit
   uint32_t pairHead[256] = {};   // newest position per 2-byte hash
   uint32_t pairChain[256] = {};  // previous position with the same 2-byte hash, at p mod 256
 
@@ -40,6 +42,8 @@ struct HashChainState {
   int32_t previousLength = 0;
   uint32_t previousDistance = 0;
   uint32_t chainLimit = 0;
+  uint32_t crowdingFrom = 0;  // no crowding flag is set for a position before it
+  uint32_t shadowEnd = 0;     // where the last loads of a chain walked ahead stopped
 
   // The tables were cleared by the last fresh start and neither a slide nor a
   // continuation has happened since: every entry in use can then be found

@@ -1,23 +1,18 @@
-// Code widths and canonical code assignment shared by the block coder, the
-// optimal engine's prices, the comment decoder and the LZ77 decoder.
+// Building the compressor's Huffman codes: length-limited code widths from
+// symbol frequencies, and the codes the format hands out for given widths.
 #pragma once
 
 #include <cstdint>
 
+#include "format/lz77_format.h"
+#include "format/width_order.h"
+
 namespace ace {
 
-// Largest alphabet any code has (the main code: 256 literals, 4 repeat
-// symbols, 22 distance classes).
-inline constexpr int kMaxHuffmanSymbols = 282;
+// Largest alphabet any code has: the main code's.
+inline constexpr int kMaxHuffmanSymbols = lz77::kMainSymbols;
 // Widths are sent in 4-bit fields at most; no code of the format is longer.
 inline constexpr int kMaxHuffmanWidth = 15;
-
-// Orders positions 0..last by decreasing width with the format's own
-// quicksort. The order among equal widths is part of the format (codes are
-// handed out by it), so the procedure, comparisons included, is fixed; it is
-// not stable. `keys` holds the widths and is sorted in place together with
-// `symbols`, which the caller fills with 0..last.
-void SortWidths(uint8_t* keys, uint16_t* symbols, int last);
 
 // Gives every symbol 0..last with a nonzero width its code: codes grow from
 // the shortest width to the longest, and within a width they follow the

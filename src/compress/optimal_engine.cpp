@@ -8,7 +8,6 @@
 namespace ace {
 namespace {
 
-constexpr int kPriceWidthLimit = 11;  // the block coder's limit for both codes
 constexpr uint32_t kMinReportStep = 32768;
 
 OptimalEngineState& StateOf(CompressorCore& core) {
@@ -40,7 +39,7 @@ inline void CountLiteral(CompressorCore& core, OptimalPrices& prices, uint8_t by
 
 inline void CountMatch(CompressorCore& core, OptimalPrices& prices, uint32_t length, uint32_t d) {
   BeforeToken(prices);
-  RecordMatch(core, NewDistanceLengthSymbol(length, d), d + 1);
+  RecordMatch(core, lz77::NewDistanceLengthSymbol(length, d), d + 1);
   // The coder chose the form (repeat or new distance); count what it chose.
   const uint32_t t = core.tokenCount - 1;
   ++prices.mainCount[core.tokenMain[t]];
@@ -146,11 +145,13 @@ void Run(CompressorCore& core) {
 }  // namespace
 
 void RebuildPrices(OptimalPrices& prices) {
-  uint8_t mainWidths[kPriceMainSymbols];
-  uint8_t lengthWidths[kPriceLengthSymbols];
-  uint16_t codes[kPriceMainSymbols];
-  BuildHuffmanCode(prices.mainCount, kPriceMainSymbols, kPriceWidthLimit, mainWidths, codes);
-  BuildHuffmanCode(prices.lengthCount, kPriceLengthSymbols, kPriceWidthLimit, lengthWidths, codes);
+  // The widths the block coder would give these counts.
+  constexpr int kWidthLimit = lz77::kMaxCodeWidth;
+  uint8_t mainWidths[lz77::kMainSymbols];
+  uint8_t lengthWidths[lz77::kLengthSymbols];
+  uint16_t codes[lz77::kMainSymbols];
+  BuildHuffmanCode(prices.mainCount, lz77::kMainSymbols, kWidthLimit, mainWidths, codes);
+  BuildHuffmanCode(prices.lengthCount, lz77::kLengthSymbols, kWidthLimit, lengthWidths, codes);
   SetPricesFromWidths(prices, mainWidths, lengthWidths);
 }
 

@@ -1,3 +1,21 @@
+// The optimal engine's plan: the cheapest way, in priced bits, from the
+// coder's position through the bytes ahead.
+//
+// How it works: plan[i] holds the cheapest known price of reaching i bytes
+// ahead and the step that arrives there. From each index reached, the
+// literal and every match length the tree finder offers there are relaxed
+// forward, a shortest path over positions in order. The plan ends at the
+// first index that every path passes (cur == end); it is traced back into
+// successor links and handed out one token per call. Matches are priced
+// with the ring as it stands at the plan's start and with the prices of the
+// block's running counts. A match longer than kTreeMatchLimit ends the plan
+// and is taken as it comes.
+//
+// Why it is fast: the finder reports every length's nearest distance in one
+// tree walk, so each position is searched once; the plan is a fixed array,
+// reused without allocation; the positions a long match covers are only
+// inserted, never searched; and plans end where no path crosses, so on
+// ordinary data they stay short.
 #include "compress/optimal_planner.h"
 
 namespace ace {
@@ -59,8 +77,8 @@ PlanStep NextPlanStep(OptimalPlanner& pl, TreeMatchFinder& mf, const OptimalPric
   if (mainLength > kTreeMatchLimit) {
     // Long matches are taken as they come: no plan could do much better.
     for (uint32_t i = 1; i < mainLength; ++i) SkipPosition(mf);
-    pl.ahead += mainLength - 1;
-    pl.ahead -= mainLength;
+    // The finder moved mainLength - 1 positions on, the coder mainLength.
+    --pl.ahead;
     return PlanStep{mainLength, static_cast<int32_t>(dist[kTreeMatchLimit]), 0};
   }
 

@@ -15,24 +15,26 @@ void ResetOptimalPrices(OptimalPrices& prices) {
   std::memset(prices.mainCount, 0, sizeof prices.mainCount);
   std::memset(prices.lengthCount, 0, sizeof prices.lengthCount);
   prices.sinceRebuild = 0;
-  for (uint32_t s = 0; s < 256; ++s) prices.main[s] = kUnseenLiteral;
-  for (uint32_t n = 0; n < kPriceMainSymbols - 260; ++n) {
-    prices.main[260 + n] = n + kUnseenDistanceExtra;
+  for (uint32_t s = 0; s < lz77::kLiteralSymbols; ++s) prices.main[s] = kUnseenLiteral;
+  for (uint32_t n = 0; n < lz77::kDistanceSymbols; ++n) {
+    prices.main[lz77::kFirstDistanceSymbol + n] = n + kUnseenDistanceExtra;
   }
-  for (uint32_t s = 0; s < kPriceLengthSymbols; ++s) prices.length[s] = kUnseenLength;
+  for (uint32_t s = 0; s < lz77::kLengthSymbols; ++s) prices.length[s] = kUnseenLength;
 }
 
 void SetPricesFromWidths(OptimalPrices& prices, const uint8_t* mainWidths,
                          const uint8_t* lengthWidths) {
-  for (uint32_t s = 0; s < 256; ++s) {
+  for (uint32_t s = 0; s < lz77::kLiteralSymbols; ++s) {
     prices.main[s] = prices.mainCount[s] != 0 ? mainWidths[s] : kUnseenLiteral;
   }
-  for (uint32_t s = 256; s < 260; ++s) prices.main[s] = mainWidths[s];
-  for (uint32_t n = 0; n < kPriceMainSymbols - 260; ++n) {
-    const uint32_t s = 260 + n;
+  for (uint32_t s = lz77::kFirstRepeatSymbol; s < lz77::kFirstDistanceSymbol; ++s) {
+    prices.main[s] = mainWidths[s];
+  }
+  for (uint32_t n = 0; n < lz77::kDistanceSymbols; ++n) {
+    const uint32_t s = lz77::kFirstDistanceSymbol + n;
     prices.main[s] = prices.mainCount[s] != 0 ? mainWidths[s] + n : n + kUnseenDistanceExtra;
   }
-  for (uint32_t s = 0; s < kPriceLengthSymbols; ++s) {
+  for (uint32_t s = 0; s < lz77::kLengthSymbols; ++s) {
     prices.length[s] = prices.lengthCount[s] != 0 ? lengthWidths[s] : kUnseenLength;
   }
 }

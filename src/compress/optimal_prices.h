@@ -5,21 +5,22 @@
 
 #include <cstdint>
 
+#include "compress/compressor_core.h"
+#include "format/lz77_format.h"
+
 namespace ace {
 
-inline constexpr uint32_t kPriceMainSymbols = 282;
-inline constexpr uint32_t kPriceLengthSymbols = 256;
 // Price of what cannot be coded (and of plan entries not reached yet).
 inline constexpr uint32_t kNoPrice = 0xFFFFFFFu;
 // Tokens between two periodic rebuilds.
 inline constexpr uint32_t kPricePeriod = 1024;
 
 struct OptimalPrices {
-  uint32_t main[kPriceMainSymbols] = {};
-  uint32_t length[kPriceLengthSymbols] = {};
+  uint32_t main[lz77::kMainSymbols] = {};
+  uint32_t length[lz77::kLengthSymbols] = {};
   // Symbol counts of the current block.
-  uint32_t mainCount[kPriceMainSymbols] = {};
-  uint32_t lengthCount[kPriceLengthSymbols] = {};
+  uint32_t mainCount[lz77::kMainSymbols] = {};
+  uint32_t lengthCount[lz77::kLengthSymbols] = {};
   // Tokens recorded since the file's start or the last periodic rebuild.
   uint32_t sinceRebuild = 0;
 };
@@ -34,15 +35,11 @@ struct RingView {
 // lengths; the repeat symbols keep what the last rebuild gave them.
 void ResetOptimalPrices(OptimalPrices& prices);
 
-// Takes the code widths that the counts produced (widths of all 282 main and
-// 256 length symbols) as prices, with the guesses for symbols without count.
+// Takes the code widths that the counts produced (widths of all main and
+// length symbols) as prices, with the guesses for symbols without count.
 // The counts are left as they are.
 void SetPricesFromWidths(OptimalPrices& prices, const uint8_t* mainWidths,
                          const uint8_t* lengthWidths);
-
-inline uint32_t SignificantBits(uint32_t value) {
-  return value == 0 ? 0 : 32u - static_cast<uint32_t>(__builtin_clz(value));
-}
 
 // Price of a match of `length` bytes at distance value d, coded as the coder
 // would code it with the ring as it stands.
@@ -50,14 +47,13 @@ inline uint32_t MatchPrice(const OptimalPrices& prices, RingView ring, uint32_t 
                            uint32_t length) {
   // Too short for its distance: the format cannot say it, or says it badly.
   if ((length == 2 && d >= 255) || (length == 3 && d >= 8191)) return kNoPrice;
-  const uint32_t lengthSymbol = length - 2 - (d > 255 ? 1 : 0) - (d > 8191 ? 1 : 0);
-  for (uint32_t i = 0; i < 4; ++i) {
-    if (ring.entries[(ring.index - i) & 3] != d) continue;
-    if (i >= 2 && lengthSymbol == 0) break;  // a far repeat cannot say its shortest length
-    if (i <= 1 && length == 258) break;
-    return prices.main[256 + i] + prices.length[i <= 1 ? length - 2 : length - 3];
+  const uint32_t lengthSymbol = lz77::NewDistanceLengthSymbol(length, d);
+  const uint32_t i = lz77::FindInRing(ring.entries, ring.index, d);
+  if (i < lz77::kRingSize && TakesRepeat(i, lengthSymbol, length)) {
+    return prices.main[lz77::kFirstRepeatSymbol + i] +
+           prices.length[length - lz77::RepeatMinLength(i)];
   }
-  return prices.main[260 + SignificantBits(d)] + prices.length[lengthSymbol];
+  return prices.main[lz77::DistanceSymbol(d)] + prices.length[lengthSymbol];
 }
 
 }  // namespace ace

@@ -1,6 +1,9 @@
 // The compressor as the plug-in drives it: settings from CompOptions, input
 // from SourceHandle, output to TargetHandle at its current position, progress
 // to the host and failures into the status word.
+#include <cstdlib>
+#include <thread>
+
 #include "compress/compressor.h"
 #include "fs/file_layer.h"
 #include "plugin/callbacks.h"
@@ -80,6 +83,21 @@ uint32_t CompressorCrc() { return PluginCompressor().Crc(); }
 int32_t CompressorGrew() { return PluginCompressor().Grew() ? 1 : 0; }
 int32_t CompressorDictionaryCode() {
   return DictionaryCodeForKB(PluginCompressor().DictionaryKB());
+}
+
+int CompressorThreads() {
+  const Compressor& c = PluginCompressor();
+  if (c.Kind() != EngineKind::kHashChain) return 1;
+  long wanted = std::thread::hardware_concurrency();
+  if (const char* text = std::getenv("ACEPLUG_THREADS"); text != nullptr && *text != '\0') {
+    char* end = nullptr;
+    const long n = std::strtol(text, &end, 10);
+    if (*end == '\0' && n >= 1) wanted = n;
+  }
+  const uint64_t byMemory = kEngineMemoryBudget / EngineMemoryBytes(c.DictionaryKB(), c.Level());
+  if (static_cast<uint64_t>(wanted) > byMemory) wanted = static_cast<long>(byMemory);
+  if (wanted > kMaxCompressorThreads) wanted = kMaxCompressorThreads;
+  return wanted < 1 ? 1 : static_cast<int>(wanted);
 }
 
 }  // namespace ace

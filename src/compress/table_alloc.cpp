@@ -9,23 +9,27 @@
 
 namespace ace {
 
-void* AllocateTable(size_t count, size_t elementSize) {
-#ifndef __linux__
-  // No huge-page advice to give elsewhere (and Windows has no aligned_alloc
-  // whose memory std::free releases).
-  return std::calloc(count, elementSize);
-#else
+void* AllocateBlock(size_t bytes) {
   constexpr size_t kHuge = size_t{2} << 20;
+  if (bytes < kHuge) return std::malloc(bytes == 0 ? 1 : bytes);
+#ifdef __linux__
+  // Only whole huge pages are advised: a table's few spare bytes past the last
+  // boundary would otherwise make a whole 2 MiB page resident.
+  void* p = nullptr;
+  if (posix_memalign(&p, kHuge, bytes) != 0) return nullptr;
+  madvise(p, bytes / kHuge * kHuge, MADV_HUGEPAGE);
+  return p;
+#else
+  return std::malloc(bytes);
+#endif
+}
+
+void* AllocateTable(size_t count, size_t elementSize) {
   if (elementSize != 0 && count > SIZE_MAX / elementSize) return nullptr;
   const size_t size = count * elementSize;
-  if (size < kHuge) return std::calloc(count, elementSize);
-  const size_t rounded = (size + kHuge - 1) / kHuge * kHuge;
-  void* p = std::aligned_alloc(kHuge, rounded);
-  if (p == nullptr) return nullptr;
-  madvise(p, rounded, MADV_HUGEPAGE);
-  std::memset(p, 0, size);
+  void* p = AllocateBlock(size);
+  if (p != nullptr) std::memset(p, 0, size);
   return p;
-#endif
 }
 
 }  // namespace ace

@@ -6,10 +6,13 @@
 
 namespace ace {
 
-// Zero-filled like calloc, freed with std::free. Tables of 2 MiB and more are
-// read at random by the match finders: on Linux they are aligned to and
-// advised onto huge pages so that each step of a walk does not also miss the
-// TLB.
+// `bytes` of uninitialised memory, freed with std::free; null when out of
+// memory. Blocks of 2 MiB and more are read at random by the match finders: on
+// Linux they are aligned to and advised onto huge pages so that each step of a
+// walk does not also miss the TLB.
+void* AllocateBlock(size_t bytes);
+
+// Zero-filled like calloc, freed with std::free.
 void* AllocateTable(size_t count, size_t elementSize);
 
 template <typename T>

@@ -11,9 +11,10 @@
 namespace ace {
 namespace {
 
-constexpr int kCodeWidthLimit = 11;  // main and length codes
-constexpr int kWidthTreeLimit = 7;   // the code of the width deltas
 constexpr uint32_t kWidthModulus = 12;
+// The width deltas and the run symbol, which the coder never sends but
+// gives a width all the same.
+constexpr int kWidthSymbols = kWidthModulus + 1;
 constexpr uint32_t kChunkWords = kOutputChunk / 4;
 
 // Room for the chunk still held, one whole block at its largest (16,384 tokens
@@ -57,7 +58,7 @@ void WriteCodeWidths(BitWriter& w, const uint8_t* widths, int last) {
   }
   uint8_t treeWidth[kWidthSymbols];
   uint16_t treeCode[kWidthSymbols];
-  BuildHuffmanCode(frequency, kWidthSymbols, kWidthTreeLimit, treeWidth, treeCode);
+  BuildHuffmanCode(frequency, kWidthSymbols, lz77::kMaxWidthCodeWidth, treeWidth, treeCode);
 
   w.Put(static_cast<uint32_t>(last), 9);
   w.Put(0, 4);  // lower width
@@ -66,9 +67,13 @@ void WriteCodeWidths(BitWriter& w, const uint8_t* widths, int last) {
   for (int i = 0; i <= last; ++i) w.Put(treeCode[delta[i]], treeWidth[delta[i]]);
 }
 
-// Words a writer that keeps each word until the next field needs room would
-// have handed on by now: the last complete word still waits when no bit
-// follows it.
+// Each chunk handed on is an output write and a progress report, so when a
+// chunk goes out decides what the host sees and where a refusal stops the
+// output; chunks leave as they would from a writer that keeps each word until
+// the next field needs room.
+//
+// Words such a writer would have handed on by now: the last complete word
+// still waits when no bit follows it.
 inline int64_t EmittedWords(const CompressorCore& core) {
   const int64_t words = core.outBytes / 4;
   return core.bitCount == 0 ? words - 1 : words;
@@ -136,17 +141,17 @@ void FlushBlock(CompressorCore& core) {
   for (uint32_t t = 0; t < count; ++t) {
     const uint32_t s = mainSymbol[t];
     ++mainFrequency[s];
-    if (s >= 256) ++lengthFrequency[lengthSymbol[t]];
+    if (s >= lz77::kFirstRepeatSymbol) ++lengthFrequency[lengthSymbol[t]];
   }
 
-  uint8_t mainWidth[kMainSymbols];
-  uint16_t mainCode[kMainSymbols];
-  uint8_t lengthWidth[kLengthSymbols];
-  uint16_t lengthCode[kLengthSymbols];
+  uint8_t mainWidth[lz77::kMainSymbols];
+  uint16_t mainCode[lz77::kMainSymbols];
+  uint8_t lengthWidth[lz77::kLengthSymbols];
+  uint16_t lengthCode[lz77::kLengthSymbols];
   const int mainLast =
-      BuildHuffmanCode(mainFrequency, kMainSymbols, kCodeWidthLimit, mainWidth, mainCode);
-  const int lengthLast =
-      BuildHuffmanCode(lengthFrequency, kLengthSymbols, kCodeWidthLimit, lengthWidth, lengthCode);
+      BuildHuffmanCode(mainFrequency, lz77::kMainSymbols, lz77::kMaxCodeWidth, mainWidth, mainCode);
+  const int lengthLast = BuildHuffmanCode(lengthFrequency, lz77::kLengthSymbols,
+                                          lz77::kMaxCodeWidth, lengthWidth, lengthCode);
 
   BitWriter w{core.bitBuffer, core.bitCount, core.out + core.outBytes};
   WriteCodeWidths(w, mainWidth, mainLast);
@@ -157,11 +162,11 @@ void FlushBlock(CompressorCore& core) {
   const uint8_t* distanceBits = core.tokenBits;
   for (uint32_t t = 0; t < count; ++t) {
     const uint32_t s = mainSymbol[t];
-    if (s < 256) {
+    if (s < lz77::kLiteralSymbols) {
       w.Put(mainCode[s], mainWidth[s]);
       continue;
     }
-    if (s >= 262) {
+    if (s >= lz77::kFirstDistanceSymbol + 2) {
       // The code and the low n - 1 bits of the distance in one field (at most 30 bits).
       const uint32_t extra = distanceBits[t] - 1u;
       const uint32_t low = distance[t] & ((1u << extra) - 1u);

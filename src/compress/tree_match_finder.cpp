@@ -78,8 +78,7 @@ void LowerPositions(TreeMatchFinder& mf) {
   LowerTable(mf.pairHead, kTreePairEntries, amount);
   LowerTable(mf.tripleHead, kTreeTripleEntries, amount);
   LowerTable(mf.treeHead, kTreeHeadEntries, amount);
-  LowerTable(mf.smaller, kTreeDictionary, amount);
-  LowerTable(mf.larger, kTreeDictionary, amount);
+  LowerTable(mf.links, 2 * kTreeDictionary, amount);
   mf.linkOffset += amount;  // each position keeps its link entries
   mf.pos -= amount;
   mf.end -= amount;
@@ -124,11 +123,10 @@ uint32_t InsertIntoTree(TreeMatchFinder& mf, uint32_t hash, uint32_t limit, uint
   const uint8_t* cur = mf.history + (p - mf.base);
   uint32_t c = mf.treeHead[hash];
   mf.treeHead[hash] = p;
-  uint32_t* smaller = mf.smaller;
-  uint32_t* larger = mf.larger;
+  uint32_t* links = mf.links;
   const uint32_t offset = mf.linkOffset;
-  uint32_t* openSmaller = &smaller[(p + offset) & kLinkMask];
-  uint32_t* openLarger = &larger[(p + offset) & kLinkMask];
+  uint32_t* openSmaller = &links[2 * ((p + offset) & kLinkMask)];
+  uint32_t* openLarger = openSmaller + 1;
   if (limit < kTreeMatchLimit) {
     // Too close to the end of the data to sort p among full-length keys.
     *openSmaller = 0;
@@ -155,20 +153,20 @@ uint32_t InsertIntoTree(TreeMatchFinder& mf, uint32_t hash, uint32_t limit, uint
       }
     }
     if (c == ringTwin) break;
-    const uint32_t slot = (c + offset) & kLinkMask;
+    uint32_t* const node = &links[2 * ((c + offset) & kLinkMask)];  // smaller, larger
     if (len == limit) {
-      *openSmaller = smaller[slot];
-      *openLarger = larger[slot];
+      *openSmaller = node[0];
+      *openLarger = node[1];
       return best;
     }
     if (cand[len] > cur[len]) {
       *openLarger = c;
-      openLarger = &smaller[slot];
+      openLarger = &node[0];
       c = *openLarger;
       lenLarger = len;
     } else {
       *openSmaller = c;
-      openSmaller = &larger[slot];
+      openSmaller = &node[1];
       c = *openSmaller;
       lenSmaller = len;
     }
@@ -212,10 +210,8 @@ bool SetupTreeMatchFinder(TreeMatchFinder& mf) {
   mf.pairHead = AllocateTable<uint32_t>(kTreePairEntries);
   mf.tripleHead = AllocateTable<uint32_t>(kTreeTripleEntries);
   mf.treeHead = AllocateTable<uint32_t>(kTreeHeadEntries);
-  mf.smaller = AllocateTable<uint32_t>(kTreeDictionary);
-  mf.larger = AllocateTable<uint32_t>(kTreeDictionary);
-  if (!mf.history || !mf.staging || !mf.pairHead || !mf.tripleHead || !mf.treeHead || !mf.smaller ||
-      !mf.larger) {
+  mf.links = AllocateTable<uint32_t>(2 * size_t{kTreeDictionary});
+  if (!mf.history || !mf.staging || !mf.pairHead || !mf.tripleHead || !mf.treeHead || !mf.links) {
     ReleaseTreeMatchFinder(mf);
     return false;
   }
@@ -228,8 +224,7 @@ void ReleaseTreeMatchFinder(TreeMatchFinder& mf) {
   Free(mf.pairHead);
   Free(mf.tripleHead);
   Free(mf.treeHead);
-  Free(mf.smaller);
-  Free(mf.larger);
+  Free(mf.links);
 }
 
 void StartTreeMatchFinder(TreeMatchFinder& mf, TreeInputReader reader, void* context,

@@ -2,15 +2,35 @@
 // reports, per match length 2 to 32, the nearest earlier position that
 // matches at least that long within the last 1 MB, and extends a 32-byte
 // match to at most 256 bytes.
+//
+// How it works: the positions of one 4-byte hash form a binary search tree
+// keyed by their next 32 bytes, newest at the root, so every path down runs
+// from newer to older positions. Inserting a position walks down from the
+// root: at each node the common length with the position's bytes is
+// measured, and the first node to reach a length is the nearest match of that
+// length. The walk re-links the nodes it passes into the position's smaller
+// and larger subtrees, so that the position becomes the new root: search and
+// insertion are one pass. Lengths 2 and 3 come from tables of the newest
+// position per 2- and 3-byte hash.
+//
+// Why it is fast: the comparison at a node starts at the smaller of the
+// common lengths known on its smaller and larger side (every node below
+// shares that prefix), so bytes are seldom compared twice, and a walk visits
+// at most kTreeCutValue nodes. A node's two links sit side by side, one cache
+// line per visit, in a ring of dictionary slots that never moves when the
+// history does. Positions only grow and are lowered once they near 2^31, so
+// nothing is rebased per byte.
 #pragma once
 
 #include <cstdint>
+
+#include "format/lz77_format.h"
 
 namespace ace {
 
 inline constexpr uint32_t kTreeDictionary = 1u << 20;
 inline constexpr uint32_t kTreeMatchLimit = 32;
-inline constexpr uint32_t kTreeMaxMatch = 256;
+inline constexpr uint32_t kTreeMaxMatch = lz77::kMaxEmittedMatch;
 inline constexpr uint32_t kTreeCutValue = 255;
 // Bytes kept before the position: the dictionary plus room for the coder,
 // which trails the match finder by up to a plan's length.
@@ -35,12 +55,12 @@ struct TreeMatchFinder {
   uint32_t* pairHead = nullptr;
   uint32_t* tripleHead = nullptr;
   uint32_t* treeHead = nullptr;
-  // Tree links, kTreeDictionary entries each, used as rings: position p owns
-  // entry (p + linkOffset) mod kTreeDictionary. Only positions of the last
-  // dictionary's length are ever reached, so a ring loses nothing, and the
-  // content never has to move with the history.
-  uint32_t* smaller = nullptr;
-  uint32_t* larger = nullptr;
+  // Tree links, used as a ring of kTreeDictionary slots: position p owns slot
+  // (p + linkOffset) mod kTreeDictionary, which holds its smaller-side link
+  // and then its larger-side link, so that a node visited is one cache line.
+  // Only positions of the last dictionary's length are ever reached, so a
+  // ring loses nothing, and the content never has to move with the history.
+  uint32_t* links = nullptr;
   uint32_t linkOffset = 0;
 
   uint32_t base = 1;      // position of history[0] (modulo 2^32)

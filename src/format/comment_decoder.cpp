@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "compress/huffman.h"
+#include "format/width_order.h"
 #include "fs/file_layer.h"
 #include "plugin/state.h"
 

@@ -11,6 +11,7 @@
 #include "plugin/state.h"
 #include "update/entry_writer.h"
 #include "update/listed_names.h"
+#include "update/run_writer.h"
 
 namespace ace {
 namespace {
@@ -33,25 +34,14 @@ bool WriteArchiveStart(bool solid) {
 }
 
 void CreatePlain(const FileMaskList* files) {
-  PluginState& s = State();
   if (!InitCompressor()) {
     Abandon(false, nullptr);
     SetStatus(AR_NO_MEMORY);
     return;
   }
-  char diskPath[kPathBuffer];
-  char archiveName[kPathBuffer];
-  for (const FileMaskNode* node = files->First; node != nullptr; node = node->Next) {
-    if (!FormListedNames(node, diskPath, archiveName, sizeof diskPath)) {
-      SetStatus(AR_IO_ERROR);
-      Abandon(true, nullptr);
-      return;
-    }
-    AnnounceFile(diskPath, archiveName);
-    if (!AddFileToArchive(diskPath, archiveName) || s.Status != 0) {
-      Abandon(true, nullptr);
-      return;
-    }
+  if (!AddListedFiles(files, nullptr)) {
+    Abandon(true, nullptr);
+    return;
   }
   DoneCompressor();
 }

@@ -14,6 +14,7 @@
 #include "fs/work_list.h"
 #include "plugin/callbacks.h"
 #include "plugin/state.h"
+#include "update/run_writer.h"
 
 namespace ace {
 namespace {
@@ -123,6 +124,15 @@ int Fail(uint32_t status) {
   return CloseSource(0);
 }
 
+// Writes `length` bytes of entry data at the target's position; a failed
+// write leaves `failed`, a short one 101.
+bool WriteData(const uint8_t* bytes, uint32_t length, uint32_t failed) {
+  const int32_t written = FileWrite(bytes, static_cast<int32_t>(length), State().TargetHandle);
+  if (written == static_cast<int32_t>(length)) return true;
+  SetStatus(written < 0 ? failed : static_cast<uint32_t>(AR_DISK_FULL));
+  return false;
+}
+
 // A file that is not a directory: provisional header, compressed data written
 // straight behind it, then the final header rewritten in place. Data that
 // grew is stored instead and the archive cut back behind it.
@@ -143,10 +153,9 @@ int WriteCompressedEntry(const char* diskPath, const char* archiveName, uint32_t
   const uint16_t runFlags = solid ? flagBits : 0;
 
   if (size == 0) {
-    FileHeaderFixed h =
-        BaseHeader(static_cast<uint16_t>(kFlagAddSize | runFlags), stamp, attributes);
-    h.TechType = kTechStored;
-    if (!WriteHeaderChecked(archiveName, h)) return CloseSource(0);
+    if (!WriteEmptyEntry(archiveName, FileFacts{attributes, stamp, 0}, runFlags)) {
+      return CloseSource(0);
+    }
     return CloseSource(Unchanged(solid, fresh));
   }
 
@@ -220,6 +229,8 @@ int AskSkip(const char* diskPath, bool solid, bool fresh, bool otherAnswersSkip)
   return Unchanged(solid, fresh);
 }
 
+}  // namespace
+
 int WriteDirectoryEntryFromDisk(const char* diskPath, const char* archiveName, uint32_t attributes,
                                 bool solid, bool fresh) {
   char lookup[kPathBuffer];
@@ -236,6 +247,29 @@ int WriteDirectoryEntryFromDisk(const char* diskPath, const char* archiveName, u
   if (!WriteHeaderChecked(name, h)) return 0;
   return Unchanged(solid, fresh);
 }
+
+bool WriteEmptyEntry(const char* archiveName, const FileFacts& facts, uint16_t runFlags) {
+  FileHeaderFixed h =
+      BaseHeader(static_cast<uint16_t>(kFlagAddSize | runFlags), facts.stamp, facts.attributes);
+  h.TechType = kTechStored;
+  return WriteHeaderChecked(archiveName, h);
+}
+
+bool WriteFinishedEntry(const char* archiveName, const FileFacts& facts, uint16_t runFlags,
+                        const uint8_t* bytes, uint32_t length, uint32_t crc, bool stored) {
+  FileHeaderFixed h = BaseHeader(static_cast<uint16_t>(kFlagAddSize | (stored ? 0 : runFlags)),
+                                 facts.stamp, facts.attributes);
+  h.TechType = stored ? kTechStored : kTechLz77;
+  h.OrigSize = facts.size;
+  h.PackSize = length;
+  h.Crc32 = crc;
+  // Checked against the whole size, as the serial writer's provisional header is.
+  if (!WriteHeaderChecked(archiveName, h, facts.size)) return false;
+  // Failures as the compressor's output and the stored copy report them.
+  return WriteData(bytes, length, stored ? AR_IO_ERROR : AR_DISK_FULL);
+}
+
+namespace {
 
 int AddFile(const char* diskPath, const char* archiveName, bool solid, uint16_t flagBits,
             bool fresh) {
@@ -265,26 +299,40 @@ void AnnounceFile(const char* diskPath, const char* archiveName) {
   CallFileName(diskPath, shown);
 }
 
-bool AddSolidRun(const FileWorkList& list, bool showTempNames) {
+namespace {
+
+struct WorkListSource {
+  const FileWorkEntry* entry;
+  bool showTempNames;
+};
+
+bool NextWorkEntry(void* context, RunFile& file) {
+  auto& source = *static_cast<WorkListSource*>(context);
+  const FileWorkEntry* e = source.entry;
+  if (e == nullptr) return false;
+  source.entry = e->Next;
+  file = RunFile{};
+  CopyText(file.diskPath, sizeof file.diskPath, e->DiskPath);
+  CopyText(file.archiveName, sizeof file.archiveName, e->ArchiveName);
   const PluginState& s = State();
-  SolidRun run;
-  for (const FileWorkEntry* e = list.First; e != nullptr; e = e->Next) {
-    if (showTempNames && s.TempPath[0] != '\0') {
-      char shownPath[kPathField * 2];
-      char base[kPathBuffer];
-      char extension[kPathBuffer];
-      SplitPath(e->DiskPath, nullptr, nullptr, base, extension);
-      CopyText(shownPath, sizeof shownPath, s.TempPath);
-      AppendText(shownPath, sizeof shownPath, base);
-      AppendText(shownPath, sizeof shownPath, extension);
-      AnnounceFile(shownPath, e->ArchiveName);
-    } else {
-      AnnounceFile(e->DiskPath, e->ArchiveName);
-    }
-    const int result = AddFileToSolidArchive(e->DiskPath, e->ArchiveName, run.flagBits, run.fresh);
-    if (!AdvanceSolidRun(run, result)) return false;
+  if (source.showTempNames && s.TempPath[0] != '\0') {
+    char base[kPathBuffer];
+    char extension[kPathBuffer];
+    SplitPath(e->DiskPath, nullptr, nullptr, base, extension);
+    CopyText(file.shownPath, sizeof file.shownPath, s.TempPath);
+    AppendText(file.shownPath, sizeof file.shownPath, base);
+    AppendText(file.shownPath, sizeof file.shownPath, extension);
+  } else {
+    CopyText(file.shownPath, sizeof file.shownPath, e->DiskPath);
   }
   return true;
+}
+
+}  // namespace
+
+bool AddSolidRun(const FileWorkList& list, bool showTempNames) {
+  WorkListSource source{list.First, showTempNames};
+  return WriteRun(NextWorkEntry, &source, true);
 }
 
 bool AdvanceSolidRun(SolidRun& run, int result) {

@@ -17,6 +17,7 @@
 #include "update/entry_writer.h"
 #include "update/listed_names.h"
 #include "update/raw_copy.h"
+#include "update/run_writer.h"
 #include "update/solid_rebuild.h"
 #include "update/work_dir.h"
 
@@ -99,17 +100,7 @@ void UpdateArchive(FileMaskList* files) {
     SetStatus(AR_NO_MEMORY);
     return;
   }
-  char archiveName[kPathBuffer];
-  char path[kPathBuffer];
-  for (const FileMaskNode* node = files ? files->First : nullptr; node; node = node->Next) {
-    if (!FormListedNames(node, diskPath, archiveName, kPathBuffer)) {
-      SetStatus(AR_IO_ERROR);
-      break;
-    }
-    if (IsNameInList(archiveName, &keep, path)) continue;
-    AnnounceFile(diskPath, archiveName);
-    if (!AddFileToArchive(diskPath, archiveName) || s.Status != 0) break;
-  }
+  AddListedFiles(files, &keep);  // a failure leaves its status, checked below
   DoneCompressor();
   if (s.Status != 0) return fail();
   DoneArcFileList(&entries);

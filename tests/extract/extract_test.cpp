@@ -113,7 +113,11 @@ TEST_F(Extraction, TroubleLeavesItsStatusAndNoDamagedFile) {
               method = AceArchive({odd}), climb = AceArchive({a, Stored("..\\evil", "x"), b}),
               climbLater = AceArchive({a, Stored("a\\..\\..\\evil", "x")}),
               climbAlone = AceArchive({Stored("a\\..\\..\\evil", "x")}),
-              cut = Bytes(golden.begin(), golden.end() - 23 - 46 - 800);
+              cut = Bytes(golden.begin(), golden.end() - 23 - 46 - 800),
+              junk = Join({AceMainHeader(), Bytes(100, 0x5A), AceEntryBytes(a)});
+  Bytes broken = AceEntryBytes(b);
+  broken[0] ^= 0xFF;  // the header's checksum
+  broken = Join({AceArchive({a}), broken});
   enum Way { kExtract, kTest, kNoMasks, kReplacedBehindItsBack };
   const struct {
     const char* what;
@@ -128,8 +132,11 @@ TEST_F(Extraction, TroubleLeavesItsStatusAndNoDamagedFile) {
       {"a CRC error found by a test", crcLast, kTest, "", 1, -1, 1, AR_ARCHIVE_ERROR, ""},
       {"damaged packed data", damaged, kExtract, "*.txt", 1, -1, 1, AR_ARCHIVE_ERROR,
        "docs/ docs/empty.txt= short.txt=abracadabra abracadabra"},
-      {"an archive cut inside an entry", cut, kExtract, "data\\*", 1, -1, 1, AR_IO_ERROR,
+      {"an archive cut inside an entry", cut, kExtract, "data\\*", 1, -1, 1, AR_ARCHIVE_ERROR,
        "data/ data/lcg8k=8192 bytes"},
+      {"an archive cut inside an entry, tested", cut, kTest, "", 1, -1, 1, AR_ARCHIVE_ERROR, ""},
+      {"junk before the first entry", junk, kExtract, "*.*", 0, -1, 1, AR_BAD_HEADER, ""},
+      {"a broken header", broken, kExtract, "*.*", 0, -1, 1, AR_BAD_HEADER, "a.txt=one"},
       {"a refused progress report", ab, kExtract, "*.*", 0, 0, 1, AR_ABORTED, "a.txt=one"},
       {"an encrypted entry: decryption is not offered", encrypted, kExtract, "*.*", 0, -1, 1,
        AR_UNSUPPORTED, ""},

@@ -2,6 +2,8 @@
 // damaged or hostile blocks end with a text of at most 32,767 bytes and its
 // terminator, never outside the buffers (the sanitizer build checks that).
 
+#include <algorithm>
+
 #include "format/comment_decoder.h"
 #include "support/test_support.h"
 
@@ -46,7 +48,7 @@ TEST(CommentDecoder, DamagedBlocksStayInsideTheBuffers) {
   for (uint32_t seed = 1; seed <= 200; ++seed) {
     Bytes damaged = golden;
     damaged[seed % damaged.size()] ^= static_cast<uint8_t>(1u << (seed % 8));
-    damaged.resize(damaged.size() - seed % 40);
+    damaged.resize(damaged.size() - std::min<size_t>(seed % 40, damaged.size()));
     Decode(damaged);
     Decode(RandomBytes(seed % 64, seed));
   }

@@ -4,7 +4,10 @@ namespace acetest {
 namespace {
 
 Host& Of(AceContext context) { return *reinterpret_cast<Host*>(context); }
-void Log(AceContext c, const std::string& line) { Of(c).events.push_back(line); }
+void Log(AceContext c, const std::string& line) {
+  Of(c).offThread += std::this_thread::get_id() != Of(c).thread;
+  Of(c).events.push_back(line);
+}
 
 int32_t OnSignal(AceContext c, uint32_t low, uint32_t high, int32_t code) {
   Log(c, "signal " + std::to_string(low | uint64_t{high} << 32) + " " + std::to_string(code));

@@ -3,6 +3,8 @@
 // its address is their context value.
 #pragma once
 
+#include <thread>
+
 #include "aceplug/aceplug.h"
 #include "support/test_support.h"
 
@@ -35,6 +37,10 @@ struct Host {
   int32_t keyAnswer = 1;
   std::string password = "secret";
   void (*beforeExport)() = nullptr;  // runs right before the export is called
+
+  // Calls that came on a thread other than the one that made this host.
+  int offThread = 0;
+  std::thread::id thread = std::this_thread::get_id();
 
   // Registers every procedure; a host does this after opening the archive.
   void Register();

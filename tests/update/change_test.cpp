@@ -194,7 +194,8 @@ TEST_F(Change, ArchivesThatMustOrCannotChangeStayAsTheyWere) {
       {"a header of an unknown type", Join({plain, unknown}), mkdir, AR_BAD_HEADER},
       {"a solid one", Join({solid, unknown}), add, AR_BAD_HEADER},
       {"an entry cut short", Prefix(plain, plain.size() - 1000), add, AR_IO_ERROR},
-      {"a solid one", Prefix(solid, solid.size() - 1), del, AR_IO_ERROR},
+      // The solid one is unpacked first, where the cut shows as damage.
+      {"a solid one", Prefix(solid, solid.size() - 1), del, AR_ARCHIVE_ERROR},
       {"a solid entry that does not unpack", AceArchive({damaged}, 0x8000), add, AR_ARCHIVE_ERROR},
       {"a solid archive of another version",
        AceArchive({Stored("a.txt", "a")}, {.flags = 0x8000, .extractVersion = 20}), del,

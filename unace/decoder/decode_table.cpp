@@ -2,14 +2,14 @@
 
 #include <algorithm>
 
-#include "compress/huffman.h"
+#include "format/width_order.h"
 
 namespace ace {
 
 bool MakeDecodeTable(uint32_t bits, uint32_t last, uint8_t* widths, uint16_t* table) {
-  uint8_t keys[kMaxMainSymbol + 1];
-  uint16_t symbols[kMaxMainSymbol + 1];
-  if (last > kMaxMainSymbol) return false;
+  uint8_t keys[lz77::kMainSymbols];
+  uint16_t symbols[lz77::kMainSymbols];
+  if (last >= lz77::kMainSymbols) return false;
   for (uint32_t i = 0; i <= last; ++i) {
     keys[i] = widths[i];
     symbols[i] = static_cast<uint16_t>(i);

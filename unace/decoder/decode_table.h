@@ -5,14 +5,14 @@
 
 #include <cstdint>
 
+#include "format/lz77_format.h"
 #include "unace/decoder/bit_reader.h"
 
 namespace ace {
 
-constexpr uint32_t kTableBits = 11;      // main and length codes
-constexpr uint32_t kWidthTableBits = 7;  // the code that sends the widths
-constexpr uint32_t kMaxMainSymbol = 281;
-constexpr uint32_t kMaxLengthSymbol = 255;
+// Each table is as wide as its longest code may be, so that one look-up decodes any code.
+constexpr uint32_t kTableBits = lz77::kMaxCodeWidth;            // main and length codes
+constexpr uint32_t kWidthTableBits = lz77::kMaxWidthCodeWidth;  // the code that sends the widths
 
 // The width sits in the low bits so that it can be used as a shift count directly.
 constexpr uint16_t MakeEntry(uint32_t symbol, uint32_t width) {
@@ -30,7 +30,8 @@ constexpr uint32_t EntryWidth(uint16_t entry) { return entry & 63u; }
 bool MakeDecodeTable(uint32_t bits, uint32_t last, uint8_t* widths, uint16_t* table);
 
 // Reads one transmitted code (last symbol, lower width, width modulus, the width code, then the
-// widths themselves as running sums) for symbols 0..maxSymbol and builds its 2^11-entry table.
+// widths themselves as running sums) for symbols 0..maxSymbol and builds its 2^kTableBits-entry
+// table.
 // `widths` has room for maxSymbol + 1 entries. False when a table cannot be built.
 bool ReadCodeWidths(BitReader& in, uint32_t maxSymbol, uint8_t* widths, uint16_t* table);
 

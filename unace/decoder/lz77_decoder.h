@@ -67,13 +67,13 @@ class Lz77Decoder {
   BitReader in_;
   uint64_t remaining_ = 0;
   uint32_t tokensLeft_ = 0;  // in the current block
-  uint32_t ring_[4] = {};
+  uint32_t ring_[lz77::kRingSize] = {};
   uint32_t ringIndex_ = 0;
   DecodeStatus status_ = DecodeStatus::kNotReady;
   bool ready_ = false;
 
-  uint8_t mainWidths_[kMaxMainSymbol + 1] = {};
-  uint8_t lengthWidths_[kMaxLengthSymbol + 1] = {};
+  uint8_t mainWidths_[lz77::kMainSymbols] = {};
+  uint8_t lengthWidths_[lz77::kLengthSymbols] = {};
   uint16_t mainTable_[1u << kTableBits] = {};
   uint16_t lengthTable_[1u << kTableBits] = {};
 };
