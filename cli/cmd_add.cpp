@@ -163,7 +163,7 @@ ExitCode RunAdd(const AddOptions& options, const CommonOptions& common) {
   }
 
   // The plug-in takes its thread count from the environment of its process.
-  if (options.threads > 0) setenv("ACEPLUG_THREADS", std::to_string(options.threads).c_str(), 1);
+  if (options.threads > 0) SetEnvironmentValue("ACEPLUG_THREADS", std::to_string(options.threads));
 
   // A solid archive comes back without its directory entries.
   const std::vector<std::string> folders =

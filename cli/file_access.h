@@ -1,4 +1,4 @@
-// File-system services that acearc needs beyond std::filesystem.
+// File-system and process services that acearc needs beyond std::filesystem.
 #pragma once
 
 #include <ctime>
@@ -20,6 +20,9 @@ bool GetModifiedTime(const std::filesystem::path& path, std::time_t* seconds);
 
 // Sets the last-write time of a file or folder, leaving its access time.
 bool SetModifiedTime(const std::filesystem::path& path, std::time_t seconds);
+
+// Sets an environment variable of this process, which the plug-in reads too.
+void SetEnvironmentValue(const char* name, const std::string& value);
 
 // A new folder, only for this user where the system allows, in the system's
 // temporary folder, named `prefix` and a random part; empty on failure.

@@ -26,6 +26,10 @@ bool SetModifiedTime(const std::filesystem::path& path, std::time_t seconds) {
   return utimensat(AT_FDCWD, path.c_str(), times, 0) == 0;
 }
 
+void SetEnvironmentValue(const char* name, const std::string& value) {
+  setenv(name, value.c_str(), 1);
+}
+
 std::filesystem::path MakeTempFolder(const std::string& prefix) {
   std::error_code ec;
   std::string pattern = (std::filesystem::temp_directory_path(ec) / (prefix + "XXXXXX")).string();

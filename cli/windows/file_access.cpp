@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <random>
 
 namespace acearc {
@@ -48,6 +49,11 @@ bool SetModifiedTime(const std::filesystem::path& path, std::time_t seconds) {
   const bool done = SetFileTime(file, nullptr, nullptr, &written) != 0;
   CloseHandle(file);
   return done;
+}
+
+// The C runtime's copy, which getenv reads, and the process's both change.
+void SetEnvironmentValue(const char* name, const std::string& value) {
+  _putenv_s(name, value.c_str());
 }
 
 // The folder inherits the temporary folder's access list, which on Windows

@@ -20,7 +20,6 @@ namespace {
 
 #ifdef _WIN32
 constexpr const char* kTempVariable = "TMP";
-void SetEnv(const char* name, const char* value) { _putenv_s(name, value != nullptr ? value : ""); }
 void ResetTimeZone() { _tzset(); }
 // Built-in paths are the build machine's; Wine shows its root as drive Z:.
 fs::path BuildPath(const char* path) {
@@ -29,9 +28,6 @@ fs::path BuildPath(const char* path) {
 }
 #else
 constexpr const char* kTempVariable = "TMPDIR";
-void SetEnv(const char* name, const char* value) {
-  value != nullptr ? setenv(name, value, 1) : unsetenv(name);
-}
 void ResetTimeZone() { tzset(); }
 fs::path BuildPath(const char* path) { return path; }
 #endif
@@ -52,6 +48,14 @@ class BerlinTime : public ::testing::Environment {
 ::testing::Environment* const kBerlinTime = ::testing::AddGlobalTestEnvironment(new BerlinTime);
 
 }  // namespace
+
+void SetEnv(const char* name, const char* value) {
+#ifdef _WIN32
+  _putenv_s(name, value != nullptr ? value : "");
+#else
+  value != nullptr ? setenv(name, value, 1) : unsetenv(name);
+#endif
+}
 
 TempDir::TempDir() {
   std::random_device seed;

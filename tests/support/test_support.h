@@ -57,6 +57,9 @@ class ScopedTempFolder {
   std::optional<std::string> old_;
 };
 
+// Sets an environment variable of this process; nullptr removes it.
+void SetEnv(const char* name, const char* value);
+
 // A UTF-8 text in the ANSI code page, the one the platform's names use: the
 // same bytes on POSIX (where it is UTF-8), e.g. code page 1252 on Windows,
 // with "?" for a character the code page lacks.
