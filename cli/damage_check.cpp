@@ -1,12 +1,11 @@
 #include "damage_check.h"
 
-#include <dlfcn.h>
-
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
 
 #include "entry_format.h"
+#include "file_access.h"
 #include "format/crc32.h"
 #include "unace/unacev2.h"
 
@@ -133,17 +132,13 @@ int OnInfo(AceCallbackRecord*) { return ACE_CALLBACK_RETURN_OK; }
 class UnAce {
  public:
   UnAce() {
-    Dl_info info{};
-    void* plugin = dlsym(RTLD_DEFAULT, "TestArc");
-    if (plugin == nullptr || dladdr(plugin, &info) == 0 || info.dli_fname == nullptr) return;
-    const fs::path path = fs::path(info.dli_fname).parent_path() / "UnAceV2.Dll";
-    handle_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    handle_ = OpenLibraryBesidePlugin("UnAceV2.Dll");
     if (handle_ == nullptr) return;
-    init_ = reinterpret_cast<AceInitDllProc>(dlsym(handle_, "ACEInitDll"));
-    test_ = reinterpret_cast<AceTestProc>(dlsym(handle_, "ACETest"));
+    init_ = reinterpret_cast<AceInitDllProc>(LibrarySymbol(handle_, "ACEInitDll"));
+    test_ = reinterpret_cast<AceTestProc>(LibrarySymbol(handle_, "ACETest"));
   }
   ~UnAce() {
-    if (handle_ != nullptr) dlclose(handle_);
+    if (handle_ != nullptr) CloseLibrary(handle_);
   }
   UnAce(const UnAce&) = delete;
   UnAce& operator=(const UnAce&) = delete;

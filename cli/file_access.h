@@ -24,6 +24,12 @@ bool SetModifiedTime(const std::filesystem::path& path, std::time_t seconds);
 // Sets an environment variable of this process, which the plug-in reads too.
 void SetEnvironmentValue(const char* name, const std::string& value);
 
+// A library beside the plug-in that this process loaded, opened again by name;
+// nullptr when it is missing. LibrarySymbol looks a function up in it.
+void* OpenLibraryBesidePlugin(const char* name);
+void* LibrarySymbol(void* library, const char* name);
+void CloseLibrary(void* library);
+
 // A new folder, only for this user where the system allows, in the system's
 // temporary folder, named `prefix` and a random part; empty on failure.
 std::filesystem::path MakeTempFolder(const std::string& prefix);

@@ -1,5 +1,6 @@
 #include "file_access.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -29,6 +30,18 @@ bool SetModifiedTime(const std::filesystem::path& path, std::time_t seconds) {
 void SetEnvironmentValue(const char* name, const std::string& value) {
   setenv(name, value.c_str(), 1);
 }
+
+void* OpenLibraryBesidePlugin(const char* name) {
+  Dl_info info{};
+  void* plugin = dlsym(RTLD_DEFAULT, "TestArc");
+  if (plugin == nullptr || dladdr(plugin, &info) == 0 || info.dli_fname == nullptr) return nullptr;
+  const std::filesystem::path path = std::filesystem::path(info.dli_fname).parent_path() / name;
+  return dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+}
+
+void* LibrarySymbol(void* library, const char* name) { return dlsym(library, name); }
+
+void CloseLibrary(void* library) { dlclose(library); }
 
 std::filesystem::path MakeTempFolder(const std::string& prefix) {
   std::error_code ec;

@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <random>
 
+#include "aceplug/aceplug.h"
+
 namespace acearc {
 
 std::string PathText(const std::filesystem::path& path, bool generic) {
@@ -55,6 +57,26 @@ bool SetModifiedTime(const std::filesystem::path& path, std::time_t seconds) {
 void SetEnvironmentValue(const char* name, const std::string& value) {
   _putenv_s(name, value.c_str());
 }
+
+void* OpenLibraryBesidePlugin(const char* name) {
+  HMODULE plugin = nullptr;
+  if (!GetModuleHandleExW(
+          GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+          reinterpret_cast<LPCWSTR>(reinterpret_cast<void*>(&TestArc)), &plugin)) {
+    return nullptr;
+  }
+  wchar_t file[MAX_PATH];
+  const DWORD length = GetModuleFileNameW(plugin, file, MAX_PATH);
+  if (length == 0 || length == MAX_PATH) return nullptr;
+  const std::filesystem::path path = std::filesystem::path(file).parent_path() / name;
+  return reinterpret_cast<void*>(LoadLibraryW(path.c_str()));
+}
+
+void* LibrarySymbol(void* library, const char* name) {
+  return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(library), name));
+}
+
+void CloseLibrary(void* library) { FreeLibrary(static_cast<HMODULE>(library)); }
 
 // The folder inherits the temporary folder's access list, which on Windows
 // belongs to the user already.
