@@ -44,7 +44,7 @@ bool ChecksumHolds(const char* header) {
 // "**ACE**" 7 bytes into a header of type 0 whose checksum holds, within the
 // file's first 61,440 bytes. 0 when there is none.
 uint64_t MainHeaderEnd(std::ifstream& in, uint64_t size) {
-  std::string head(std::min<uint64_t>(size, 61440), '\0');
+  std::string head(static_cast<size_t>(std::min<uint64_t>(size, 61440)), '\0');
   in.seekg(0);
   in.read(head.data(), static_cast<std::streamsize>(head.size()));
   if (!in) return 0;
@@ -86,7 +86,7 @@ std::string NameIn(const AceCallbackRecord* r) {
   return DisplayName(r->FileData->SourceFileName);
 }
 
-int OnError(AceCallbackRecord* r) {
+int UNACE_CALL OnError(AceCallbackRecord* r) {
   const std::string name = NameIn(r);
   switch (r->Code) {
     case ACE_CALLBACK_ERROR_ARCHIVE_CRC:
@@ -111,7 +111,7 @@ int OnError(AceCallbackRecord* r) {
   return ACE_CALLBACK_RETURN_OK;  // on to the next damage
 }
 
-int OnRequest(AceCallbackRecord* r) {
+int UNACE_CALL OnRequest(AceCallbackRecord* r) {
   if (r->Code == ACE_CALLBACK_REQUEST_CHANGEVOLUME) {
     std::error_code ec;
     const char* next = r->ArchiveData != nullptr ? r->ArchiveData->ArchiveName : nullptr;
@@ -121,12 +121,12 @@ int OnRequest(AceCallbackRecord* r) {
   return ACE_CALLBACK_RETURN_NO;  // an encrypted entry without a password is left out
 }
 
-int OnState(AceCallbackRecord* r) {
+int UNACE_CALL OnState(AceCallbackRecord* r) {
   if (r->Code == ACE_CALLBACK_STATE_STARTFILE) g_run->lastStarted = NameIn(r);
   return ACE_CALLBACK_RETURN_OK;
 }
 
-int OnInfo(AceCallbackRecord*) { return ACE_CALLBACK_RETURN_OK; }
+int UNACE_CALL OnInfo(AceCallbackRecord*) { return ACE_CALLBACK_RETURN_OK; }
 
 // The extraction library the plug-in uses: the one beside the plug-in.
 class UnAce {
