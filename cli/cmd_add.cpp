@@ -9,10 +9,12 @@
 #include "commands.h"
 #include "empty_folders.h"
 #include "entry_format.h"
+#include "file_access.h"
 #include "file_scan.h"
 #include "interrupt.h"
 #include "plugin_session.h"
 #include "status_text.h"
+#include "text_output.h"
 
 namespace acearc {
 
@@ -58,7 +60,7 @@ std::string NormalizePrefix(std::string& prefix) {
 // The name an item gets in the archive, as the listing gives it back.
 std::string StoredName(const ScanItem& item, const std::string& prefix, bool keepPaths) {
   std::string name = item.name;
-  if (!keepPaths) name = fs::path(name).filename().string();
+  if (!keepPaths) name = PathText(fs::path(name).filename());
   for (char& c : name) {
     if (c == '/') c = '\\';
   }
@@ -95,10 +97,10 @@ void CheckAndSummarize(HostContext& context, const std::string& archive, const S
   if (quiet || !ReadSummary(info)) return;
   uint64_t size = ToUInt64(info.UnpackedTotal);
   uint64_t packed = ToUInt64(info.PackedTotal);
-  std::printf("%s: %s, %llu bytes packed to %llu bytes (%u%%)%s\n", archive.c_str(),
-              CountOf(info.FileCount, "file", "files").c_str(),
-              static_cast<unsigned long long>(size), static_cast<unsigned long long>(packed),
-              RatioPercent(packed, size), info.Solid ? ", solid" : "");
+  PrintText("%s: %s, %llu bytes packed to %llu bytes (%u%%)%s\n", archive.c_str(),
+            CountOf(info.FileCount, "file", "files").c_str(), static_cast<unsigned long long>(size),
+            static_cast<unsigned long long>(packed), RatioPercent(packed, size),
+            info.Solid ? ", solid" : "");
 }
 
 }  // namespace
@@ -124,7 +126,7 @@ ExitCode RunAdd(const AddOptions& options, const CommonOptions& common) {
   }
   fs::path folder = fs::path(options.archive).parent_path();
   if (!folder.empty() && !fs::is_directory(folder, ec)) {
-    ReportError(progress, "cannot create " + options.archive + ": the folder " + folder.string() +
+    ReportError(progress, "cannot create " + options.archive + ": the folder " + PathText(folder) +
                               " does not exist");
     return kExitFailed;
   }
@@ -161,7 +163,7 @@ ExitCode RunAdd(const AddOptions& options, const CommonOptions& common) {
   }
 
   // The plug-in takes its thread count from the environment of its process.
-  if (options.threads > 0) setenv("ACEPLUG_THREADS", std::to_string(options.threads).c_str(), 1);
+  if (options.threads > 0) SetEnvironmentValue("ACEPLUG_THREADS", std::to_string(options.threads));
 
   // A solid archive comes back without its directory entries.
   const std::vector<std::string> folders =

@@ -12,6 +12,7 @@
 #include "interrupt.h"
 #include "plugin_session.h"
 #include "status_text.h"
+#include "text_output.h"
 
 namespace acearc {
 
@@ -56,8 +57,8 @@ ExitCode RunDelete(const DeleteOptions& options, const CommonOptions& common) {
   if (status == AR_OK) PutBackEmptyFolders(context, options.archive, folders, deleted);
   ExitCode code = FinishOperation(context, "deleting from " + options.archive, status);
   if (status == AR_OK && progress.mode() != OutputMode::Quiet) {
-    std::printf("%s: %s deleted\n", options.archive.c_str(),
-                CountOf(selected, "entry", "entries").c_str());
+    PrintText("%s: %s deleted\n", options.archive.c_str(),
+              CountOf(selected, "entry", "entries").c_str());
   }
   return code;
 }

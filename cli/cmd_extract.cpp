@@ -1,7 +1,4 @@
 // acearc x / e: extract entries with or without their directories.
-#include <fcntl.h>
-#include <sys/stat.h>
-
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -13,8 +10,11 @@
 #include "entry_check.h"
 #include "entry_format.h"
 #include "entry_select.h"
+#include "file_access.h"
 #include "interrupt.h"
+#include "local_time.h"
 #include "status_text.h"
+#include "text_output.h"
 
 namespace acearc {
 
@@ -22,18 +22,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// The entry's DOS stamp is local time, as the folder's time is read back.
+// The entry's DOS stamp read back as the plug-in reads its files' stamps, so
+// that a folder keeps the time of its files.
 bool SetModificationTime(const fs::path& path, uint32_t dosTime) {
-  std::tm local{};
-  local.tm_year = static_cast<int>(dosTime >> 25) + 80;
-  local.tm_mon = static_cast<int>((dosTime >> 21) & 0x0F) - 1;
-  local.tm_mday = static_cast<int>((dosTime >> 16) & 0x1F);
-  local.tm_hour = static_cast<int>((dosTime >> 11) & 0x1F);
-  local.tm_min = static_cast<int>((dosTime >> 5) & 0x3F);
-  local.tm_sec = static_cast<int>(dosTime & 0x1F) * 2;
-  local.tm_isdst = -1;
-  const timespec times[2] = {{0, UTIME_OMIT}, {std::mktime(&local), 0}};
-  return utimensat(AT_FDCWD, path.c_str(), times, 0) == 0;
+  return SetModifiedTime(path, TimeOfDosStamp(dosTime));
 }
 
 }  // namespace
@@ -124,7 +116,8 @@ ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) 
       if (!entry.directory || !MayMakeFolder(options.outputDir, entry.stored)) continue;
       fs::path folder = OutputPathOf(options.outputDir, entry.stored, true);
       if (!SetModificationTime(folder, entry.dosTime)) {
-        Warn(context, "could not set the time of " + folder.string() + ": " + std::strerror(errno));
+        Warn(context,
+             "could not set the time of " + PathText(folder) + ": " + std::strerror(errno));
       }
     }
   }
@@ -143,8 +136,8 @@ ExitCode RunExtract(const ExtractOptions& options, const CommonOptions& common) 
       files += !entry.directory && context.processed.count(entry.name) &&
                !context.keptExisting.count(entry.name);
     }
-    std::printf("%s: %s extracted to %s\n", options.archive.c_str(),
-                CountOf(files, "file", "files").c_str(), options.outputDir.c_str());
+    PrintText("%s: %s extracted to %s\n", options.archive.c_str(),
+              CountOf(files, "file", "files").c_str(), options.outputDir.c_str());
   }
   return exitFor(code);
 }

@@ -11,6 +11,7 @@
 #include "json_writer.h"
 #include "plugin_session.h"
 #include "status_text.h"
+#include "text_output.h"
 
 namespace acearc {
 
@@ -82,56 +83,56 @@ void PrintTable(const std::string& archive, const Listing& listing) {
     width = std::max(width, Columns(DisplayName(e->Name)));
   width = std::min<size_t>(width, 48);
 
-  std::printf("Archive: %s\n", archive.c_str());
+  PrintText("Archive: %s\n", archive.c_str());
   std::string header = Padded("Name", width) +
                        "          Size        Packed Ratio  Date       Time     Attr   Method"
                        "          CRC";
-  std::printf("%s\n%s\n", header.c_str(), std::string(Columns(header), '-').c_str());
+  PrintText("%s\n%s\n", header.c_str(), std::string(Columns(header), '-').c_str());
   for (const ArcFileEntry* e : listing.entries) {
     if (!e->IsFile) {
-      std::printf("%s %13s %13llu\n", Padded("(recovery record)", width).c_str(), "",
-                  static_cast<unsigned long long>(ToUInt64(e->PackedSize)));
+      PrintText("%s %13s %13llu\n", Padded("(recovery record)", width).c_str(), "",
+                static_cast<unsigned long long>(ToUInt64(e->PackedSize)));
       continue;
     }
     std::string name = DisplayName(e->Name);
     if (Columns(name) > width) {
-      std::printf("%s\n", name.c_str());
+      PrintText("%s\n", name.c_str());
       name.clear();
     }
     uint64_t size = ToUInt64(e->UnpackedSize);
     uint64_t packed = ToUInt64(e->PackedSize);
     std::string when = FormatDosTime(e->DosTime);
     if (IsDirectoryEntry(*e)) {
-      std::printf("%s %13s %13s %5s  %s  %s\n", Padded(name, width).c_str(), "<DIR>", "", "",
-                  when.c_str(), FormatAttributes(e->Attributes).c_str());
+      PrintText("%s %13s %13s %5s  %s  %s\n", Padded(name, width).c_str(), "<DIR>", "", "",
+                when.c_str(), FormatAttributes(e->Attributes).c_str());
     } else {
       std::string ratio = size ? std::to_string(RatioPercent(packed, size)) + "%" : "";
-      std::printf("%s %13llu %13llu %5s  %s  %s  %-14s %s\n", Padded(name, width).c_str(),
-                  static_cast<unsigned long long>(size), static_cast<unsigned long long>(packed),
-                  ratio.c_str(), when.c_str(), FormatAttributes(e->Attributes).c_str(),
-                  MethodText(*e).c_str(), HexCrc(e->Crc32).c_str());
+      PrintText("%s %13llu %13llu %5s  %s  %s  %-14s %s\n", Padded(name, width).c_str(),
+                static_cast<unsigned long long>(size), static_cast<unsigned long long>(packed),
+                ratio.c_str(), when.c_str(), FormatAttributes(e->Attributes).c_str(),
+                MethodText(*e).c_str(), HexCrc(e->Crc32).c_str());
     }
     if (e->CommentLength > 0 && e->Comment != nullptr) {
       std::string comment(e->Comment, static_cast<size_t>(e->CommentLength));
-      std::printf("%s\n", Indented(comment, "    | ").c_str());
+      PrintText("%s\n", Indented(comment, "    | ").c_str());
     }
   }
-  std::printf("%s\n", std::string(Columns(header), '-').c_str());
+  PrintText("%s\n", std::string(Columns(header), '-').c_str());
   if (listing.hasInfo) {
     const ArcInfo& info = listing.info;
     uint64_t size = ToUInt64(info.UnpackedTotal);
     uint64_t packed = ToUInt64(info.PackedTotal);
-    std::printf("%s, %llu bytes (%s), packed to %llu bytes (%s), ratio %u%%\n",
-                CountOf(info.FileCount, "file", "files").c_str(),
-                static_cast<unsigned long long>(size), FormatBytes(size).c_str(),
-                static_cast<unsigned long long>(packed), FormatBytes(packed).c_str(), info.Ratio);
-    std::printf("solid: %s, largest dictionary: %u KB, host system: %s, version %u.%u%s\n",
-                info.Solid ? "yes" : "no", info.LargestDictionary,
-                HostSystemName(info.HostSystem).c_str(), info.MajorVersion, info.MinorVersion,
-                info.Encrypted ? ", encrypted entries" : "");
+    PrintText("%s, %llu bytes (%s), packed to %llu bytes (%s), ratio %u%%\n",
+              CountOf(info.FileCount, "file", "files").c_str(),
+              static_cast<unsigned long long>(size), FormatBytes(size).c_str(),
+              static_cast<unsigned long long>(packed), FormatBytes(packed).c_str(), info.Ratio);
+    PrintText("solid: %s, largest dictionary: %u KB, host system: %s, version %u.%u%s\n",
+              info.Solid ? "yes" : "no", info.LargestDictionary,
+              HostSystemName(info.HostSystem).c_str(), info.MajorVersion, info.MinorVersion,
+              info.Encrypted ? ", encrypted entries" : "");
   }
   if (!listing.comment.empty()) {
-    std::printf("Comment:\n%s\n", Indented(listing.comment, "  ").c_str());
+    PrintText("Comment:\n%s\n", Indented(listing.comment, "  ").c_str());
   }
 }
 

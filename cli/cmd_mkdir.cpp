@@ -5,6 +5,7 @@
 #include "interrupt.h"
 #include "plugin_session.h"
 #include "status_text.h"
+#include "text_output.h"
 
 namespace acearc {
 
@@ -34,7 +35,7 @@ ExitCode RunMakeDirectory(const MakeDirectoryOptions& options, const CommonOptio
   ExitCode code = FinishOperation(
       context, "adding directory " + options.name + " to " + options.archive, status);
   if (status == AR_OK && progress.mode() != OutputMode::Quiet) {
-    std::printf("%s: directory %s added\n", options.archive.c_str(), options.name.c_str());
+    PrintText("%s: directory %s added\n", options.archive.c_str(), options.name.c_str());
   }
   return code;
 }

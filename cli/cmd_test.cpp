@@ -7,6 +7,7 @@
 #include "entry_format.h"
 #include "interrupt.h"
 #include "status_text.h"
+#include "text_output.h"
 
 namespace acearc {
 
@@ -76,8 +77,8 @@ ExitCode RunTest(const std::string& archive, const CommonOptions& common) {
   if (status == AR_OK && progress.mode() != OutputMode::Quiet) {
     size_t files = 0;
     for (const EntryRecord& entry : entries) files += !entry.directory;
-    std::printf("%s: OK, %s, %llu bytes tested\n", archive.c_str(),
-                CountOf(files, "file", "files").c_str(), static_cast<unsigned long long>(total));
+    PrintText("%s: OK, %s, %llu bytes tested\n", archive.c_str(),
+              CountOf(files, "file", "files").c_str(), static_cast<unsigned long long>(total));
   }
   return code;
 }

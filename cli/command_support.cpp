@@ -82,7 +82,10 @@ ExitCode FinishOperation(HostContext& context, const std::string& what, uint16_t
 
 std::string PathProblem(const std::string& path) {
   if (path.empty()) return "empty path";
+#ifndef _WIN32
+  // A Unix name may hold "\", which no archive name can; on Windows it is the separator.
   if (path.find('\\') != std::string::npos) return "paths with \"\\\" are not supported";
+#endif
   if (path.size() > 259) return "path longer than 259 characters";
   return {};
 }

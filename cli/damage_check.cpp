@@ -1,12 +1,11 @@
 #include "damage_check.h"
 
-#include <dlfcn.h>
-
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
 
 #include "entry_format.h"
+#include "file_access.h"
 #include "format/crc32.h"
 #include "unace/unacev2.h"
 
@@ -45,7 +44,7 @@ bool ChecksumHolds(const char* header) {
 // "**ACE**" 7 bytes into a header of type 0 whose checksum holds, within the
 // file's first 61,440 bytes. 0 when there is none.
 uint64_t MainHeaderEnd(std::ifstream& in, uint64_t size) {
-  std::string head(std::min<uint64_t>(size, 61440), '\0');
+  std::string head(static_cast<size_t>(std::min<uint64_t>(size, 61440)), '\0');
   in.seekg(0);
   in.read(head.data(), static_cast<std::streamsize>(head.size()));
   if (!in) return 0;
@@ -87,7 +86,7 @@ std::string NameIn(const AceCallbackRecord* r) {
   return DisplayName(r->FileData->SourceFileName);
 }
 
-int OnError(AceCallbackRecord* r) {
+int UNACE_CALL OnError(AceCallbackRecord* r) {
   const std::string name = NameIn(r);
   switch (r->Code) {
     case ACE_CALLBACK_ERROR_ARCHIVE_CRC:
@@ -112,7 +111,7 @@ int OnError(AceCallbackRecord* r) {
   return ACE_CALLBACK_RETURN_OK;  // on to the next damage
 }
 
-int OnRequest(AceCallbackRecord* r) {
+int UNACE_CALL OnRequest(AceCallbackRecord* r) {
   if (r->Code == ACE_CALLBACK_REQUEST_CHANGEVOLUME) {
     std::error_code ec;
     const char* next = r->ArchiveData != nullptr ? r->ArchiveData->ArchiveName : nullptr;
@@ -122,28 +121,24 @@ int OnRequest(AceCallbackRecord* r) {
   return ACE_CALLBACK_RETURN_NO;  // an encrypted entry without a password is left out
 }
 
-int OnState(AceCallbackRecord* r) {
+int UNACE_CALL OnState(AceCallbackRecord* r) {
   if (r->Code == ACE_CALLBACK_STATE_STARTFILE) g_run->lastStarted = NameIn(r);
   return ACE_CALLBACK_RETURN_OK;
 }
 
-int OnInfo(AceCallbackRecord*) { return ACE_CALLBACK_RETURN_OK; }
+int UNACE_CALL OnInfo(AceCallbackRecord*) { return ACE_CALLBACK_RETURN_OK; }
 
 // The extraction library the plug-in uses: the one beside the plug-in.
 class UnAce {
  public:
   UnAce() {
-    Dl_info info{};
-    void* plugin = dlsym(RTLD_DEFAULT, "TestArc");
-    if (plugin == nullptr || dladdr(plugin, &info) == 0 || info.dli_fname == nullptr) return;
-    const fs::path path = fs::path(info.dli_fname).parent_path() / "UnAceV2.Dll";
-    handle_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    handle_ = OpenLibraryBesidePlugin("UnAceV2.Dll");
     if (handle_ == nullptr) return;
-    init_ = reinterpret_cast<AceInitDllProc>(dlsym(handle_, "ACEInitDll"));
-    test_ = reinterpret_cast<AceTestProc>(dlsym(handle_, "ACETest"));
+    init_ = reinterpret_cast<AceInitDllProc>(LibrarySymbol(handle_, "ACEInitDll"));
+    test_ = reinterpret_cast<AceTestProc>(LibrarySymbol(handle_, "ACETest"));
   }
   ~UnAce() {
-    if (handle_ != nullptr) dlclose(handle_);
+    if (handle_ != nullptr) CloseLibrary(handle_);
   }
   UnAce(const UnAce&) = delete;
   UnAce& operator=(const UnAce&) = delete;

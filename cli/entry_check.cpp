@@ -5,6 +5,7 @@
 
 #include "damage_check.h"
 #include "entry_format.h"
+#include "file_access.h"
 #include "file_check.h"
 
 namespace acearc {

@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <ctime>
 
+#include "local_time.h"
+
 namespace acearc {
 
 uint64_t ToUInt64(AceUInt64 value) { return (static_cast<uint64_t>(value.High) << 32) | value.Low; }
@@ -62,8 +64,7 @@ std::string FormatFileTime(AceFileTime time) {
   uint64_t ticks = (static_cast<uint64_t>(time.dwHighDateTime) << 32) | time.dwLowDateTime;
   constexpr uint64_t kUnixEpochSeconds = 11644473600ull;
   time_t seconds = static_cast<time_t>(ticks / 10000000 - kUnixEpochSeconds);
-  tm local{};
-  if (localtime_r(&seconds, &local) == nullptr) return "?";
+  const tm local = LocalReading(seconds);
   char text[32];
   std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &local);
   return text;

@@ -1,14 +1,13 @@
 #include "file_scan.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <ctime>
 #include <set>
 #include <system_error>
 
 #include "entry_select.h"
+#include "file_access.h"
+#include "local_time.h"
 
 namespace acearc {
 
@@ -30,14 +29,14 @@ bool IsDotName(const fs::path& name) { return name == "." || name == ".."; }
 // A DOS stamp holds the years 1980 to 2107; the plug-in stores the nearest
 // stamp for a time outside them, which the user should hear of.
 std::string DateWarning(const fs::path& full) {
-  struct stat st {};
-  std::tm local{};
-  if (stat(full.c_str(), &st) != 0 || localtime_r(&st.st_mtime, &local) == nullptr) return {};
+  std::time_t seconds = 0;
+  if (!GetModifiedTime(full, &seconds)) return {};
+  const std::tm local = LocalReading(seconds);
   const int year = local.tm_year + 1900;
   if (year >= 1980 && year <= 2107) return {};
   char when[32];
   std::strftime(when, sizeof when, "%Y-%m-%d %H:%M:%S", &local);
-  return full.string() + ": its date " + when +
+  return PathText(full) + ": its date " + when +
          " is outside the years 1980 to 2107 that the archive can hold; stored as " +
          (year < 1980 ? "1980-01-01 00:00:00" : "2107-12-31 23:59:58");
 }
@@ -57,15 +56,15 @@ struct Walker {
   }
 
   void Add(const fs::path& full, const std::string& name, bool isDirectory, uint64_t size) {
-    std::string stored = options.keepPaths ? name : full.string();
+    std::string stored = options.keepPaths ? name : PathText(full);
     if (!seen.insert(stored).second) return;
     std::string reason =
-        UnstorableReason(options.keepPaths ? name : full.filename().string(), isDirectory,
+        UnstorableReason(options.keepPaths ? name : PathText(full.filename()), isDirectory,
                          options.prefix.size(), options.keepPaths ? result.base.size() : 0);
     if (reason.empty() && !options.keepPaths && stored.size() > 259)
       reason = "its path is too long";
     if (!reason.empty()) {
-      result.warnings.push_back("left out " + full.string() + ": " + reason);
+      result.warnings.push_back("left out " + PathText(full) + ": " + reason);
       return;
     }
     result.items.push_back({stored, isDirectory, size});
@@ -80,18 +79,18 @@ struct Walker {
     std::error_code ec;
     fs::file_status link = fs::symlink_status(full, ec);
     if (ec || !fs::exists(link)) {
-      result.warnings.push_back("left out " + full.string() + ": no such file or directory");
+      result.warnings.push_back("left out " + PathText(full) + ": no such file or directory");
       return;
     }
     fs::file_status target = fs::is_symlink(link) ? fs::status(full, ec) : link;
     if (!name.empty() && !excluded.Selects(fs::is_directory(target) ? name + "/" : name)) return;
     if (fs::is_symlink(link)) {
       if (ec || !fs::exists(target)) {
-        result.warnings.push_back("left out " + full.string() + ": broken symbolic link");
+        result.warnings.push_back("left out " + PathText(full) + ": broken symbolic link");
         return;
       }
       if (fs::is_directory(target)) {
-        result.warnings.push_back("left out " + full.string() +
+        result.warnings.push_back("left out " + PathText(full) +
                                   ": symbolic links to directories are not followed");
         return;
       }
@@ -99,8 +98,8 @@ struct Walker {
     if (fs::is_regular_file(target)) {
       // A file the plug-in cannot open would end the whole operation; leave
       // it out here with a warning instead.
-      if (access(full.c_str(), R_OK) != 0) {
-        result.warnings.push_back("left out " + full.string() + ": it cannot be read");
+      if (!CanReadFile(full)) {
+        result.warnings.push_back("left out " + PathText(full) + ": it cannot be read");
         return;
       }
       uint64_t size = fs::file_size(full, ec);
@@ -108,7 +107,7 @@ struct Walker {
       return;
     }
     if (!fs::is_directory(target)) {
-      result.warnings.push_back("left out " + full.string() + ": not a regular file");
+      result.warnings.push_back("left out " + PathText(full) + ": not a regular file");
       return;
     }
     if (!name.empty() && options.keepPaths) Add(full, name, true, 0);
@@ -117,7 +116,7 @@ struct Walker {
     std::vector<fs::path> children;
     fs::directory_iterator it(full, ec);
     if (ec) {
-      result.warnings.push_back("left out what " + full.string() + " holds: " + ec.message());
+      result.warnings.push_back("left out what " + PathText(full) + " holds: " + ec.message());
       return;
     }
     for (; it != fs::directory_iterator(); it.increment(ec)) {
@@ -128,7 +127,7 @@ struct Walker {
     for (const fs::path& child : children) {
       if (!options.recurse && fs::is_directory(fs::symlink_status(child, ec))) continue;
       std::string childName =
-          name.empty() ? child.filename().string() : name + "/" + child.filename().string();
+          name.empty() ? PathText(child.filename()) : name + "/" + PathText(child.filename());
       Visit(child, childName, false);
     }
   }
@@ -177,7 +176,7 @@ ScanResult ScanPaths(const std::vector<std::string>& paths, const ScanOptions& o
     roots.push_back({full, contentsOnly});
   }
   if (options.keepPaths) {
-    result.base = base.string();
+    result.base = PathText(base);
     if (result.base.empty() || result.base.back() != '/') result.base += '/';
   }
 
@@ -186,7 +185,7 @@ ScanResult ScanPaths(const std::vector<std::string>& paths, const ScanOptions& o
     walker.excludeAbsolute = fs::absolute(options.exclude).lexically_normal();
   }
   for (const Root& root : roots) {
-    std::string name = root.full.lexically_relative(base).generic_string();
+    std::string name = PathText(root.full.lexically_relative(base), true);
     if (name == ".") name.clear();
     walker.Visit(root.full, name, true);
   }

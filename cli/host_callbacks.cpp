@@ -41,7 +41,8 @@ void CopyAnswer(char* buffer, const std::string& text) {
   buffer[n] = '\0';
 }
 
-int32_t OnSignal(AceContext context, uint32_t totalLow, uint32_t totalHigh, int32_t code) {
+int32_t ACEPLUG_CALL OnSignal(AceContext context, uint32_t totalLow, uint32_t totalHigh,
+                              int32_t code) {
   HostContext* host = From(context);
   if (host == nullptr) return 0;  // a registration kept from an earlier archive
   uint64_t total = (static_cast<uint64_t>(totalHigh) << 32) | totalLow;
@@ -59,14 +60,15 @@ int32_t OnSignal(AceContext context, uint32_t totalLow, uint32_t totalHigh, int3
 }
 
 // The plug-in names each entry it leaves out: "refusing to extract NAME: why".
-int32_t OnWarning(AceContext context, const char* text) {
+int32_t ACEPLUG_CALL OnWarning(AceContext context, const char* text) {
   HostContext* host = From(context);
   if (host == nullptr || text == nullptr) return 0;  // a registration kept from an earlier archive
   Warn(*host, DisplayName(text));
   return 0;
 }
 
-int32_t OnNextDisk(AceContext context, char* directory, int32_t, int32_t volume, int32_t) {
+int32_t ACEPLUG_CALL OnNextDisk(AceContext context, char* directory, int32_t, int32_t volume,
+                                int32_t) {
   HostContext* host = From(context);
   std::string where = directory ? directory : "";
   host->stopSubject = "volume " + std::to_string(volume) + " in " + DisplayName(where.c_str());
@@ -86,9 +88,9 @@ int32_t OnNextDisk(AceContext context, char* directory, int32_t, int32_t volume,
   return 0;
 }
 
-int32_t OnSfxProgress(AceContext, int32_t, int32_t) { return 1; }
+int32_t ACEPLUG_CALL OnSfxProgress(AceContext, int32_t, int32_t) { return 1; }
 
-int32_t OnFileName(AceContext context, const char* path, const char* shownName) {
+int32_t ACEPLUG_CALL OnFileName(AceContext context, const char* path, const char* shownName) {
   HostContext* host = From(context);
   switch (host->operation) {
     case Operation::Extract:
@@ -107,7 +109,7 @@ int32_t OnFileName(AceContext context, const char* path, const char* shownName) 
   return 0;
 }
 
-int32_t OnSkipFile(AceContext context, const char* path) {
+int32_t ACEPLUG_CALL OnSkipFile(AceContext context, const char* path) {
   HostContext* host = From(context);
   std::string name = DisplayPath(path ? path : "");
   if (host->answers.canAsk && !host->answers.yesToAll) {
@@ -124,7 +126,7 @@ int32_t OnSkipFile(AceContext context, const char* path) {
   return 1;
 }
 
-int32_t OnCryptKey(AceContext context, char* buffer, const char* name, int32_t) {
+int32_t ACEPLUG_CALL OnCryptKey(AceContext context, char* buffer, const char* name, int32_t) {
   HostContext* host = From(context);
   std::string entry = DisplayName(name ? name : "");
   if (!host->answers.password) {
@@ -145,7 +147,7 @@ int32_t OnCryptKey(AceContext context, char* buffer, const char* name, int32_t) 
   return 1;
 }
 
-int32_t OnProgress(AceContext context, int32_t percent, int32_t step) {
+int32_t ACEPLUG_CALL OnProgress(AceContext context, int32_t percent, int32_t step) {
   HostContext* host = From(context);
   if (TakeInterrupt()) {
     host->stop = StopReason::Interrupted;
@@ -157,7 +159,8 @@ int32_t OnProgress(AceContext context, int32_t percent, int32_t step) {
 
 // Extraction: `existing` is the file on disk, `replacement` the entry. Adding
 // to an archive: `existing` is the entry, `replacement` the file on disk.
-int32_t OnReplace(AceContext context, const AceFindData* existing, const AceFindData* replacement) {
+int32_t ACEPLUG_CALL OnReplace(AceContext context, const AceFindData* existing,
+                               const AceFindData* replacement) {
   HostContext* host = From(context);
   bool extracting = host->operation == Operation::Extract;
   std::string entry = extracting ? host->currentEntry : DisplayName(existing->cFileName);

@@ -1,14 +1,18 @@
-// Ctrl-C while the plug-in works: the signal is held back (blocked) instead of
-// killing the process, and the host's callbacks look for it and answer "stop",
-// so that the plug-in removes its temporary files and leaves the old archive as
-// it was. Nothing is stored in a global: the pending signal itself is the flag.
+// Ctrl-C while the plug-in works: it is held back instead of ending the
+// process, and the host's callbacks look for it and answer "stop", so that the
+// plug-in removes its temporary files and leaves the old archive as it was.
+// On POSIX the signal is blocked and nothing is stored in a global: the pending
+// signal itself is the flag. On Windows a console control handler notes it.
 #pragma once
 
-#include <signal.h>
+#ifndef _WIN32
+#  include <signal.h>
+#endif
 
 namespace acearc {
 
-// Blocks SIGINT, SIGTERM and SIGHUP for its lifetime. On destruction a signal
+// Holds back SIGINT, SIGTERM and SIGHUP (Windows: Ctrl-C, Ctrl-Break and the
+// console closing) for its lifetime. On destruction a signal
 // that arrived and was never taken up is consumed, and the old mask restored.
 class InterruptGuard {
  public:
@@ -18,7 +22,9 @@ class InterruptGuard {
   InterruptGuard& operator=(const InterruptGuard&) = delete;
 
  private:
+#ifndef _WIN32
   sigset_t previous_;
+#endif
 };
 
 // True when one of the held-back signals is pending; it is consumed.

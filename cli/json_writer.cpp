@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+#include "text_output.h"
+
 namespace acearc {
 
 namespace {
@@ -34,7 +36,9 @@ size_t Utf8Length(std::string_view text, size_t i) {
 
 }  // namespace
 
-std::string JsonQuote(std::string_view value) {
+std::string JsonQuote(std::string_view text) {
+  const std::string utf8 = Utf8Text(text);
+  const std::string_view value = utf8;
   std::string out = "\"";
   for (size_t i = 0; i < value.size();) {
     unsigned char c = static_cast<unsigned char>(value[i]);

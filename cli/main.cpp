@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "text_output.h"
 
 namespace {
 
@@ -92,6 +93,7 @@ void AddCommonOptions(CLI::App* app, CommonOptions& common) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  UseUtf8Console();
   CLI::App app{"acearc: create, list, test and extract ACE archives.", "acearc"};
   app.set_version_flag("--version", std::string("acearc ") + ACEARC_VERSION);
   app.require_subcommand(1);

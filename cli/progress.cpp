@@ -1,22 +1,15 @@
 #include "progress.h"
 
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
 
 #include "entry_format.h"
+#include "terminal.h"
+#include "text_output.h"
 
 namespace acearc {
 
 namespace {
-
-size_t TerminalWidth() {
-  winsize size{};
-  if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col >= 20) return size.ws_col;
-  return 80;
-}
 
 // Code points in a UTF-8 text (each counted one column wide).
 size_t Columns(const std::string& text) {
@@ -50,7 +43,7 @@ std::string FormatDuration(double seconds) {
 }
 
 void Emit(const std::string& text) {
-  std::fputs(text.c_str(), stderr);
+  std::fputs(Utf8Text(text).c_str(), stderr);
   std::fflush(stderr);
 }
 
@@ -58,7 +51,7 @@ void Emit(const std::string& text) {
 
 OutputMode ChooseOutputMode(bool quiet) {
   if (quiet) return OutputMode::Quiet;
-  return isatty(STDERR_FILENO) == 1 ? OutputMode::Bar : OutputMode::Plain;
+  return terminal::StderrIsTerminal() ? OutputMode::Bar : OutputMode::Plain;
 }
 
 void ProgressDisplay::Begin(const std::string& verb, uint64_t total) {
@@ -135,7 +128,7 @@ void ProgressDisplay::Draw(bool force) {
   lastDraw_ = now;
   double seconds = std::chrono::duration<double>(now - start_).count();
   std::string line = "\r";
-  line.append(BarText(TerminalWidth(), seconds)).append("\x1b[K");
+  line.append(BarText(terminal::StderrColumns(), seconds)).append("\x1b[K");
   Emit(line);
   shown_ = true;
 }

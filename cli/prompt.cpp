@@ -1,46 +1,35 @@
 #include "prompt.h"
 
-#include <poll.h>
-#include <termios.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
 
 #include "interrupt.h"
+#include "terminal.h"
+#include "text_output.h"
 
 namespace acearc {
 
 namespace {
 
-void WriteAll(int fd, std::string_view text) {
-  while (!text.empty()) {
-    ssize_t n = write(fd, text.data(), text.size());
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      return;
-    }
-    text.remove_prefix(static_cast<size_t>(n));
-  }
-}
+// Questions name files: written as UTF-8, like all of acearc's output.
+void WriteStderr(std::string_view text) { terminal::WriteStderr(Utf8Text(text)); }
 
 // Reads one line from stdin, waking up now and then to see whether Ctrl-C was
-// pressed (the signal is held back while the plug-in works).
+// pressed (it is held back while the plug-in works).
 std::optional<std::string> ReadLine() {
   std::string line;
   for (;;) {
     if (TakeInterrupt()) return std::nullopt;
-    pollfd pfd{STDIN_FILENO, POLLIN, 0};
-    int ready = poll(&pfd, 1, 200);
-    if (ready < 0 && errno != EINTR) return std::nullopt;
-    if (ready <= 0) continue;
-    char c;
-    ssize_t n = read(STDIN_FILENO, &c, 1);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return line.empty() ? std::nullopt : std::optional<std::string>(line);
-    if (c == '\n' || c == '\r') return line;
-    line.push_back(c);
+    char c = 0;
+    switch (terminal::ReadStdinByte(200, &c)) {
+      case terminal::Input::Nothing:
+        continue;
+      case terminal::Input::End:
+        return line.empty() ? std::nullopt : std::optional<std::string>(line);
+      case terminal::Input::Byte:
+        if (c == '\n') return line;
+        line.push_back(c);
+    }
   }
 }
 
@@ -51,38 +40,16 @@ std::string Trimmed(std::string text) {
   return text;
 }
 
-// Echo off for the password; restored on every way out.
-class EchoOff {
- public:
-  EchoOff() {
-    if (tcgetattr(STDIN_FILENO, &saved_) == 0) {
-      termios quiet = saved_;
-      quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-      quiet.c_lflag |= ECHONL;
-      active_ = tcsetattr(STDIN_FILENO, TCSANOW, &quiet) == 0;
-    }
-  }
-  ~EchoOff() {
-    if (active_) tcsetattr(STDIN_FILENO, TCSANOW, &saved_);
-  }
-  EchoOff(const EchoOff&) = delete;
-  EchoOff& operator=(const EchoOff&) = delete;
-
- private:
-  termios saved_{};
-  bool active_ = false;
-};
-
 }  // namespace
 
-bool CanAskQuestions() { return isatty(STDIN_FILENO) == 1 && isatty(STDERR_FILENO) == 1; }
+bool CanAskQuestions() { return terminal::StdinIsTerminal() && terminal::StderrIsTerminal(); }
 
 std::optional<char> AskChoice(const std::string& question, const std::vector<Choice>& choices) {
   for (;;) {
-    WriteAll(STDERR_FILENO, question);
+    WriteStderr(question);
     std::optional<std::string> line = ReadLine();
     if (!line) {
-      WriteAll(STDERR_FILENO, "\n");
+      WriteStderr("\n");
       return std::nullopt;
     }
     std::string answer = Trimmed(*line);
@@ -97,9 +64,9 @@ std::optional<char> AskChoice(const std::string& question, const std::vector<Cho
 }
 
 std::optional<std::string> AskLine(const std::string& question) {
-  WriteAll(STDERR_FILENO, question);
+  WriteStderr(question);
   std::optional<std::string> line = ReadLine();
-  if (!line) WriteAll(STDERR_FILENO, "\n");
+  if (!line) WriteStderr("\n");
   return line;
 }
 
@@ -108,11 +75,11 @@ std::optional<std::string> AskSecret(const std::string& question) {
   {
     // Echo goes off before the question shows, so that nothing typed at once
     // is echoed or lost.
-    EchoOff echoOff;
-    WriteAll(STDERR_FILENO, question);
+    terminal::EchoOff echoOff;
+    WriteStderr(question);
     line = ReadLine();
   }
-  if (!line) WriteAll(STDERR_FILENO, "\n");
+  if (!line) WriteStderr("\n");
   return line;
 }
 

@@ -28,6 +28,13 @@
 #define ACEPLUG_ACEPLUG_H
 
 #include <stdint.h>
+#if defined(_WIN32)
+/* FILETIME and WIN32_FIND_DATAA only: <winuser.h> of Windows 7 and later has an
+   AR_NOT_SUPPORTED of its own. */
+#  include <windef.h>
+/* after windef.h, which it needs */
+#  include <minwinbase.h>
+#endif
 
 #ifdef __cplusplus
 extern "C" {
@@ -89,6 +96,11 @@ typedef struct AceUInt64 {
   uint32_t High;
 } AceUInt64;
 
+#if defined(_WIN32)
+/* On Windows these are the platform's own FILETIME and WIN32_FIND_DATAA. */
+typedef FILETIME AceFileTime;
+typedef WIN32_FIND_DATAA AceFindData;
+#else
 /* FILETIME: 100-nanosecond intervals since 1601-01-01 UTC. */
 typedef struct AceFileTime {
   uint32_t dwLowDateTime;
@@ -108,6 +120,7 @@ typedef struct AceFindData {
   char cFileName[260];
   char cAlternateFileName[14];
 } AceFindData;
+#endif
 
 /* ---- option records ---- */
 

@@ -10,7 +10,9 @@ namespace {
 
 template <typename Proc>
 bool Find(HMODULE module, const char* name, Proc* proc) {
-  *proc = reinterpret_cast<Proc>(GetProcAddress(module, name));
+  // Through void (*)(), the type that any function pointer may be cast from
+  // without a warning (Windows' FARPROC returns an integer).
+  *proc = reinterpret_cast<Proc>(reinterpret_cast<void (*)()>(GetProcAddress(module, name)));
   return *proc != nullptr;
 }
 
@@ -20,6 +22,7 @@ bool LoadUnAce(UnAceLibrary* library) {
   *library = UnAceLibrary{};
   char moduleName[272] = {};
   GetModuleFileNameA(State().ArchiveModule, moduleName, sizeof moduleName);
+  moduleName[sizeof moduleName - 1] = '\0';  // a cut name is not terminated on older Windows
   char drive[kPathBuffer] = {};
   char directory[kPathBuffer] = {};
   SplitPath(moduleName, drive, directory, nullptr, nullptr);

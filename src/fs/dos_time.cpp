@@ -16,12 +16,19 @@ uint64_t Ticks(const FILETIME& time) {
 }
 
 // A local time as a stamp; one outside the stamp's years gets the nearest
-// stamp, so that a file from 1970 does not land in February 1980.
+// stamp, so that a file from 1970 does not land in February 1980. The range is
+// checked here: Wine wraps a year after 2107 round instead of failing.
 void ClampedDosDateTime(const FILETIME& local, WORD* date, WORD* time) {
-  if (FileTimeToDosDateTime(&local, date, time)) return;
   FILETIME earliest{};
+  FILETIME latest{};
   DosDateTimeToFileTime(kEarliestDate, 0, &earliest);
+  DosDateTimeToFileTime(kLatestDate, kLatestTime, &latest);
+  constexpr uint64_t kTwoSeconds = 20000000;  // the stamp's step
   const bool early = Ticks(local) < Ticks(earliest);
+  if (!early && Ticks(local) < Ticks(latest) + kTwoSeconds &&
+      FileTimeToDosDateTime(&local, date, time)) {
+    return;
+  }
   *date = early ? kEarliestDate : kLatestDate;
   *time = early ? 0 : kLatestTime;
 }

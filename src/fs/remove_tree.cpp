@@ -14,12 +14,21 @@ namespace ace {
 
 namespace {
 
-// The length rule keeps "C:\" safe; on POSIX "/", "//." or "/tmp/.." pass
-// it and would still empty the root, so resolve the path as well.
+// The length rule keeps "C:\" safe, but "C:\tmp\..\", "\\server\share" or, on
+// POSIX, "/", "//." and "/tmp/.." pass it and would still empty a root, so
+// resolve the path as well.
 bool ResolvesToRoot(const char* directory) {
 #ifdef _WIN32
-  (void)directory;
-  return false;
+  char full[MAX_PATH];
+  const DWORD n = GetFullPathNameA(directory, sizeof full, full, nullptr);
+  if (n == 0 || n >= sizeof full) return true;  // cannot tell: refuse
+  std::string path(full, n);
+  while (!path.empty() && (path.back() == '\\' || path.back() == '/')) path.pop_back();
+  if (path.size() <= 2) return true;  // "C:"
+  if (path.rfind("\\\\", 0) != 0) return false;
+  // A server or a share's root: "\\server" or "\\server\share", nothing below.
+  const size_t share = path.find('\\', 2);
+  return share == std::string::npos || path.find('\\', share + 1) == std::string::npos;
 #else
   std::string native = directory;
   if (native.size() >= 2 && native[1] == ':') native.erase(0, 2);

@@ -20,7 +20,10 @@ class Acearc : public ::testing::Test {
   RunResult Run(const Strings& args, const std::string& cwd = "") {
     return RunAcearc(args, dir_.path() / cwd);
   }
-  fs::path Path(const std::string& name) const { return dir_.path() / name; }
+  // Names are UTF-8 text on every platform (std::string means ANSI to Windows paths).
+  fs::path Path(const std::string& name) const {
+    return dir_.path() / std::u8string(name.begin(), name.end());
+  }
   // tree/: text in nested folders, an incompressible file, an empty file and
   // folder, an accented name and a read-only file.
   Strings MakeTree() {
@@ -33,8 +36,8 @@ class Acearc : public ::testing::Test {
         {kAccented, "accents survive the trip\n"},
         {"readonly.txt", "do not change me\n"}};
     for (const auto& [name, text] : files) {
-      fs::create_directories((Path("tree") / name).parent_path());
-      acetest::WriteFileText(Path("tree") / name, text);
+      fs::create_directories(Path("tree/" + name).parent_path());
+      acetest::WriteFileText(Path("tree/" + name), text);
     }
     fs::create_directories(Path("tree/data"));
     acetest::WriteFileBytes(Path("tree/data/noise.bin"), acetest::RandomBytes(70000, 7));

@@ -1,9 +1,12 @@
 // acearc without a terminal: the command line, a sample tree that comes back
 // byte by byte, the add options, changes, the answers that lose nothing, and
 // damage, locks and Ctrl-C named with their exit codes.
-#include <signal.h>
-#include <unistd.h>
+#ifndef _WIN32
+#  include <signal.h>
+#  include <unistd.h>
+#endif
 
+#include <iostream>
 #include <iterator>
 #include <thread>
 
@@ -116,6 +119,11 @@ TEST_F(Acearc, AddOptionsShapeTheStoredNames) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.args[0] + " " + c.args[1]);
+    if (acetest::Ansi(c.args.back()).find('?') != std::string::npos) {
+      // Windows hands a program its arguments in that code page, so the name never arrives.
+      std::cout << "left out here: " << c.args.back() << " lies outside the ANSI code page\n";
+      continue;
+    }
     Strings args = {"a"};
     args.insert(args.end(), c.args.begin(), c.args.end());
     const RunResult r = Run(args, c.cwd);
@@ -229,6 +237,8 @@ TEST_F(Acearc, DeleteAndMkdirChangeTheArchiveAndForeignFilesAreRefused) {
 // Ctrl-C stops cleanly: a new archive goes again. A file that goes while
 // others are compressed is skipped with a warning.
 TEST_F(Acearc, CtrlCLeavesNoArchiveAndUnreadableFilesAreLeftOut) {
+  ACE_POSIX_ONLY("signals and other users");
+#ifndef _WIN32
   fs::create_directories(Path("big"));
   for (int i = 0; i < 4; ++i) {
     acetest::WriteFileBytes(Path("big/part" + std::to_string(i)), acetest::RandomBytes(6 << 20, i));
@@ -254,6 +264,7 @@ TEST_F(Acearc, CtrlCLeavesNoArchiveAndUnreadableFilesAreLeftOut) {
   EXPECT_EQ(r.exitCode, 1);
   EXPECT_TRUE(Has(r.err, "part0: it cannot be read")) << r.err;
   EXPECT_EQ(Names("u.ace"), Strings{"ok.txt"});
+#endif
 }
 
 }  // namespace

@@ -92,6 +92,7 @@ TEST_F(Acearc, AMaskThatChoosesNothingIsNamed) {
 // A stored name that holds "*" is a mask of its own to the plug-in: when it
 // would take more than was chosen, nothing happens.
 TEST_F(Acearc, ANameThePluginWouldTakeForAMaskChangesNothing) {
+  ACE_POSIX_ONLY("\"*\" cannot be part of a Windows file name");
   for (const char* name : {"a*b.txt", "axb.txt", "c.txt"}) acetest::WriteFileText(Path(name), name);
   ASSERT_EQ(Run({"a", "w.ace", "a*b.txt", "axb.txt", "c.txt"}).exitCode, 0);
   const acetest::Bytes before = acetest::ReadFileBytes(Path("w.ace"));

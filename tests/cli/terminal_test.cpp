@@ -15,6 +15,7 @@ namespace fs = std::filesystem;
 class AtATerminal : public ::testing::Test {
  protected:
   void SetUp() override {
+    ACE_POSIX_ONLY("pseudo-terminals");
     fs::copy_file(acetest::VectorsDir() / "archives/plain.ace", dir_ / "s.ace");
     fs::permissions(dir_ / "s.ace", fs::perms::owner_write, fs::perm_options::add);
     ASSERT_EQ(RunAcearc({"x", "s.ace", "-o", "out"}, dir_.path()).exitCode, 0);

@@ -1,9 +1,9 @@
 // Testing and extracting through the plug-in and UnAceV2.Dll as a host does:
 // what each case writes and the status it leaves.
-#include <dlfcn.h>
-#include <sys/stat.h>
+#include <chrono>
 
 #include "extract/unace_driver.h"
+#include "platform/win32.h"
 #include "support/ace_builder.h"
 #include "support/host.h"
 
@@ -50,9 +50,11 @@ TEST_F(Extraction, GoldenArchivesComeBackWithPathsAndTimes) {
                            {"docs/sub/", ""},
                            {"short.txt", ReadFileText(VectorsDir() / "inputs/short")}};
     EXPECT_EQ(tree, expected);
-    struct stat st {};
-    ASSERT_EQ(stat((fs::path(out()) / "short.txt").c_str(), &st), 0);
-    EXPECT_EQ(st.st_mtime, 841528800);  // 1996-09-01 00:00:00 in Berlin
+    const auto written = fs::last_write_time(fs::path(out()) / "short.txt");
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(
+        std::chrono::file_clock::to_sys(written).time_since_epoch());
+    // 1996-09-01 00:00:00 local, at today's offset as Windows converts every date.
+    EXPECT_EQ(seconds.count(), 841536000 - CurrentUtcOffset());
     const std::string total = std::to_string(152089 + 8192 + 60000 + 23);
     EXPECT_EQ(test.Of("signal"), std::vector<std::string>{total + " 11"});
     EXPECT_EQ(extract.Of("signal"), std::vector<std::string>{total + " 2"});
@@ -299,13 +301,15 @@ TEST_F(Extraction, AMissingOrIncompleteLibraryLeavesFileNotFound) {
   for (bool incomplete : {false, true}) {
     const fs::path folder = dir_.path() / (incomplete ? "incomplete" : "alone");
     fs::create_directories(folder);
-    fs::copy_file(BinDir() / "libaceplug.so", folder / "libaceplug.so");
+    const fs::path copy = folder / PluginPath().filename();
+    fs::copy_file(PluginPath(), copy);
     if (incomplete) fs::copy_file(BinDir() / "incomplete" / "UnAceV2.Dll", folder / "UnAceV2.Dll");
-    void* plugin = dlopen((folder / "libaceplug.so").c_str(), RTLD_NOW | RTLD_LOCAL);
-    ASSERT_NE(plugin, nullptr) << dlerror();
-    auto init = reinterpret_cast<void (*)(const char*)>(dlsym(plugin, "InitArcFile"));
-    auto test = reinterpret_cast<void (*)()>(dlsym(plugin, "TestArc"));
-    auto status = reinterpret_cast<uint16_t (*)()>(dlsym(plugin, "GetArchiveStatus"));
+    HMODULE plugin = LoadLibraryA(copy.string().c_str());
+    ASSERT_NE(plugin, nullptr) << copy;
+    auto init = reinterpret_cast<decltype(&InitArcFile)>(GetProcAddress(plugin, "InitArcFile"));
+    auto test = reinterpret_cast<decltype(&TestArc)>(GetProcAddress(plugin, "TestArc"));
+    auto status =
+        reinterpret_cast<decltype(&GetArchiveStatus)>(GetProcAddress(plugin, "GetArchiveStatus"));
     init(archive.c_str());
     ASSERT_EQ(status(), AR_OK);
     testing::internal::CaptureStdout();
@@ -313,7 +317,7 @@ TEST_F(Extraction, AMissingOrIncompleteLibraryLeavesFileNotFound) {
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
               incomplete ? "\nCould not find function in UnAceV2.Dll!\n\n" : "");
     EXPECT_EQ(status(), AR_FILE_NOT_FOUND);
-    dlclose(plugin);
+    FreeLibrary(plugin);
   }
 }
 

@@ -71,7 +71,7 @@ TEST(GoldenArchives, HeaderWriterStoresNamesByThePathRules) {
       {"DIR\\FILE.", 0, "", "FILE"},
       {"DIR\\FILE.", 1, "", "DIR\\FILE."},
       {"docs/sub/x.txt", 1, "", "docs\\sub\\x.txt"},
-      {"DIR\\\xC3\x84PFEL.TXT", 1, "", "DIR\\\x8EPFEL.TXT"},
+      {Ansi("DIR\\\xC3\x84PFEL.TXT"), 1, "", "DIR\\\x8EPFEL.TXT"},
       {"", 1, "", ""},
       {std::string(10000, 'n'), 1, "", std::string(271, 'n')},
   };

@@ -1,7 +1,5 @@
 // The file layer's DOS stamps of files and of the clock, and fresh temporary
 // names that are never taken.
-#include <fcntl.h>
-#include <sys/stat.h>
 
 #include <cctype>
 #include <ctime>
@@ -19,25 +17,26 @@ using namespace ace;
 TEST(DosTime, FileStampsAreLocalAndHeldTo1980To2107) {
   acetest::TempDir dir;
   acetest::WriteFileText(dir / "t", "t");
+  // Moments in local time, which the platform reads with today's offset
+  // whatever the season, as Windows does.
   const struct {
-    time_t utc;
+    int64_t local;
     uint32_t stamp;
   } cases[] = {
-      {1705320003, (((44u << 9) | (1u << 5) | 15u) << 16) | (13u << 11) | 1u},  // 13:00:03 winter
-      {1721046659, (((44u << 9) | (7u << 5) | 15u) << 16) | (14u << 11) | (30u << 5) | 29u},
-      {0, ((1u << 5) | 1u) << 16},  // before 1980 local: the first stamp
-      {315529199, ((1u << 5) | 1u) << 16},
-      {315529200, ((1u << 5) | 1u) << 16},  // 1980-01-01 00:00:00 local
+      {1705323603, (((44u << 9) | (1u << 5) | 15u) << 16) | (13u << 11) | 1u},  // 13:00:03
+      {1721053859, (((44u << 9) | (7u << 5) | 15u) << 16) | (14u << 11) | (30u << 5) | 29u},
+      {86400, ((1u << 5) | 1u) << 16},  // before 1980: the first stamp
+      {315532799, ((1u << 5) | 1u) << 16},
+      {315532800, ((1u << 5) | 1u) << 16},  // 1980-01-01 00:00:00
   };
   for (const auto& c : cases) {
-    const timespec times[2] = {{c.utc, 0}, {c.utc, 0}};
-    ASSERT_EQ(utimensat(AT_FDCWD, (dir / "t").c_str(), times, 0), 0);
+    acetest::SetWriteTime(dir / "t", c.local - acetest::CurrentUtcOffset());
     FileHandle h = FileOpen((dir / "t").c_str(), "rb");
     uint32_t stamp = 0;
     EXPECT_EQ(GetFileDosStamp(h, &stamp), 0);
     FileClose(h);
-    EXPECT_EQ(stamp, c.stamp) << c.utc;
-    if (c.utc > 315529200) EXPECT_EQ(FileTimeToDosStamp(DosStampToFileTime(stamp)), stamp);
+    EXPECT_EQ(stamp, c.stamp) << c.local;
+    if (c.local > 315532800) EXPECT_EQ(FileTimeToDosStamp(DosStampToFileTime(stamp)), stamp);
   }
   uint32_t stamp = 0;
   EXPECT_EQ(GetFileDosStamp(kNoFile, &stamp), -1);

@@ -46,12 +46,14 @@ TEST(Masks, WhatEachMaskSelects) {
       {"\xC3\xA4*.txt", {"\xC3\x84pfel.txt"}, {"apfel.txt"}},  // upper case reaches Latin-1
   };
   for (const auto& c : cases) {
-    Masks masks({c.mask});
+    Masks masks({acetest::Ansi(c.mask)});  // names come in the ANSI code page
     for (const char* name : c.selects) {
-      EXPECT_EQ(ace::MatchesMaskList(name, masks.get()), 1) << c.mask << " selects " << name;
+      EXPECT_EQ(ace::MatchesMaskList(acetest::Ansi(name).c_str(), masks.get()), 1)
+          << c.mask << " selects " << name;
     }
     for (const char* name : c.rejects) {
-      EXPECT_EQ(ace::MatchesMaskList(name, masks.get()), 0) << c.mask << " rejects " << name;
+      EXPECT_EQ(ace::MatchesMaskList(acetest::Ansi(name).c_str(), masks.get()), 0)
+          << c.mask << " rejects " << name;
     }
   }
   EXPECT_EQ(ace::MatchesMaskList("anything", Masks({}).get()), 1) << "an empty list selects all";

@@ -26,9 +26,9 @@ class Scan : public ::testing::Test {
   }
   std::vector<std::string> Collect(const std::string& pattern) {
     FileMaskList list{};
-    EXPECT_EQ(CollectFiles(root_.c_str(), pattern.c_str(), &list), 1);
+    EXPECT_EQ(CollectFiles(root_.string().c_str(), pattern.c_str(), &list), 1);
     FileWorkList work{};
-    FileWorkListFromMasks(&list, &work, root_.c_str());
+    FileWorkListFromMasks(&list, &work, root_.string().c_str());
     std::vector<std::string> names;
     for (const FileWorkEntry* e = work.First; e != nullptr; e = e->Next) {
       names.emplace_back(e->ArchiveName);
@@ -43,7 +43,9 @@ class Scan : public ::testing::Test {
 };
 
 TEST_F(Scan, FilesComeBeforeSubfoldersAndLinksAreNotFollowed) {
+#ifndef _WIN32
   fs::create_directory_symlink(root_, root_ / "sub" / "loop");
+#endif
   EXPECT_EQ(Collect("*.*"), (std::vector<std::string>{".hidden", "a.txt", ".cfg\\e", "a.b\\d.txt",
                                                       "sub\\b.txt", "sub\\deeper\\c"}));
   EXPECT_EQ(ScanTotal(), 48u);
@@ -63,6 +65,7 @@ TEST_F(Scan, FilesComeBeforeSubfoldersAndLinksAreNotFollowed) {
 }
 
 TEST_F(Scan, RemovalTakesEverythingButLinkTargetsAndTheRoot) {
+  ACE_POSIX_ONLY("symbolic links");
   const fs::path outside = dir_.path() / "outside";
   fs::create_directory(outside);
   acetest::WriteFileText(outside / "keep.txt", "x");

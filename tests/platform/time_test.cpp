@@ -39,7 +39,8 @@ TEST(Time, DosWordsCountTwoSecondStepsFrom1980To2107) {
   }
   WORD date = 0, time = 0;
   for (const FILETIME& ft : {Utc(1979, 12, 31, 23, 59, 58), Utc(2108, 1, 1, 0, 0, 0)}) {
-    EXPECT_FALSE(FileTimeToDosDateTime(&ft, &date, &time));
+    // Wine wraps the year where Windows refuses.
+    if (!acetest::UnderWine()) EXPECT_FALSE(FileTimeToDosDateTime(&ft, &date, &time));
   }
   FILETIME ft{};
   EXPECT_FALSE(DosDateTimeToFileTime(0x0000, 0, &ft));               // month 0

@@ -9,6 +9,7 @@
 namespace {
 
 TEST(Exports, TheLibraryExportsExactlyTheDeclaredFunctions) {
+  ACE_POSIX_ONLY("nm reads the ELF table; scripts/test-windows.sh checks the DLL's with objdump");
   std::set<std::string> declared;
   const std::string header = acetest::ReadFileText(ACE_SOURCE_DIR "/include/aceplug/aceplug.h");
   const std::regex declaration(R"(ACEPLUG_API \w+ ACEPLUG_CALL (\w+)\()");
@@ -17,8 +18,7 @@ TEST(Exports, TheLibraryExportsExactlyTheDeclaredFunctions) {
   }
   EXPECT_EQ(declared.size(), 43u);
 
-  const std::string command =
-      "nm -D --defined-only '" + (acetest::BinDir() / "libaceplug.so").string() + "'";
+  const std::string command = "nm -D --defined-only '" + acetest::PluginPath().string() + "'";
   FILE* pipe = popen(command.c_str(), "r");
   ASSERT_NE(pipe, nullptr);
   std::set<std::string> exported;

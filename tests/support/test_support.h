@@ -7,12 +7,22 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <functional>
 #include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
+
+// Marks a test of behaviour that only POSIX systems have (terminals, symbolic
+// links, permission bits, FIFOs, signals): on Windows it is skipped with the
+// reason. Calls that do not compile there stay inside #ifndef _WIN32.
+#ifdef _WIN32
+#  define ACE_POSIX_ONLY(reason) GTEST_SKIP() << "POSIX only: " << (reason)
+#else
+#  define ACE_POSIX_ONLY(reason) static_cast<void>(0)
+#endif
 
 namespace acetest {
 
@@ -34,8 +44,8 @@ class TempDir {
   std::filesystem::path path_;
 };
 
-// Points TMPDIR, the platform layer's system temporary folder, at `folder`
-// while it lives.
+// Points the system's temporary folder (TMPDIR; TMP on Windows) at `folder`
+// while it lives, for this process and the programs it starts.
 class ScopedTempFolder {
  public:
   explicit ScopedTempFolder(const std::filesystem::path& folder);
@@ -47,6 +57,25 @@ class ScopedTempFolder {
   std::optional<std::string> old_;
 };
 
+// Sets an environment variable of this process; nullptr removes it.
+void SetEnv(const char* name, const char* value);
+
+// A UTF-8 text in the ANSI code page, the one the platform's names use: the
+// same bytes on POSIX (where it is UTF-8), e.g. code page 1252 on Windows,
+// with "?" for a character the code page lacks.
+std::string Ansi(const std::string& utf8);
+// Whether the program runs under Wine, which gets a few Windows details
+// wrong; tests name each one where they leave it out.
+bool UnderWine();
+
+// Local time's offset from UTC now, in seconds. The platform converts every
+// file time with it, whatever the time's season, as Windows does.
+int64_t CurrentUtcOffset();
+// Seconds since 1970 of a broken-down time read as UTC.
+int64_t UtcSecondsOf(const std::tm& time);
+// Sets a file's last-write time to a moment in seconds since 1970 (UTC).
+void SetWriteTime(const std::filesystem::path& path, int64_t unixSeconds);
+
 Bytes ReadFileBytes(const std::filesystem::path& path);
 std::string ReadFileText(const std::filesystem::path& path);
 void WriteFileBytes(const std::filesystem::path& path, const Bytes& data);
@@ -57,7 +86,8 @@ using Tree = std::vector<std::pair<std::string, std::string>>;
 Tree ReadTree(const std::filesystem::path& dir);
 
 std::filesystem::path VectorsDir();  // tests/data/vectors
-std::filesystem::path BinDir();      // libaceplug.so, UnAceV2.Dll, acearc
+std::filesystem::path BinDir();      // the plug-in, UnAceV2.Dll, acearc
+std::filesystem::path PluginPath();  // libaceplug.so; aceplug.dll on Windows
 
 Bytes RandomBytes(size_t size, uint32_t seed);
 // Words of a small vocabulary in lines: text that compresses.

@@ -42,7 +42,7 @@ TEST(Decoder, ChunkAndPieceSizesDoNotMatter) {
     ASSERT_EQ(decoder.Init(Lz77Decoder::kMaxDictionary, chunk), DecodeStatus::kOk);
     for (const char* name : {"pattern60k@256-2.bin", "prose@1024-4.bin", "zeros100k@64-1.bin"}) {
       SCOPED_TRACE(testing::Message() << name << " chunk " << chunk << " piece " << piece);
-      const std::string input(name, std::strchr(name, '@'));
+      const std::string input(name, static_cast<const char*>(std::strchr(name, '@')));
       const Bytes want = VectorBytes("inputs/" + input);
       Bytes out;
       ASSERT_EQ(Unpack(decoder, Packed(name), want.size(), &out, false, static_cast<size_t>(piece)),

@@ -50,12 +50,12 @@ class ParallelArchive : public ArchiveFolder {
     }
   }
   void TearDown() override {
-    unsetenv("ACEPLUG_THREADS");
+    SetEnv("ACEPLUG_THREADS", nullptr);
     ArchiveFolder::TearDown();
   }
   // The thread count reaches the plug-in as any host may set it.
   static void UseThreads(int threads) {
-    setenv("ACEPLUG_THREADS", std::to_string(threads).c_str(), 1);
+    SetEnv("ACEPLUG_THREADS", std::to_string(threads).c_str());
   }
   // The archive's bytes and what the host heard.
   std::pair<Bytes, std::vector<std::string>> Make(int threads) {

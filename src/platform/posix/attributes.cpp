@@ -4,7 +4,7 @@
 #include <cerrno>
 #include <string>
 
-#include "platform/native.h"
+#include "platform/posix/native.h"
 #include "platform/win32.h"
 
 using namespace platform::native;

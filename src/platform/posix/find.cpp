@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/native.h"
+#include "platform/posix/native.h"
 #include "platform/win32.h"
 
 using namespace platform::native;
@@ -24,6 +24,19 @@ struct FindState {
 };
 
 char FoldCase(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
+
+// "." and ".." first, then by the upper-case form (ASCII), then by bytes.
+bool NtfsOrder(const std::string& a, const std::string& b) {
+  const bool aDots = a == "." || a == "..";
+  const bool bDots = b == "." || b == "..";
+  if (aDots != bDots) return aDots;
+  for (size_t i = 0; i < a.size() && i < b.size(); ++i) {
+    const auto x = static_cast<unsigned char>(FoldCase(a[i]));
+    const auto y = static_cast<unsigned char>(FoldCase(b[i]));
+    if (x != y) return x < y;
+  }
+  return a.size() != b.size() ? a.size() < b.size() : a < b;
+}
 
 bool Glob(const char* name, const char* pattern) {
   for (;;) {
@@ -134,15 +147,8 @@ HANDLE FindFirstFileA(const char* pattern, WIN32_FIND_DATAA* data) {
       if (WindowsMatch(entry->d_name, namePattern)) state->names.emplace_back(entry->d_name);
     }
     closedir(dir);
-    // NTFS hands out names sorted; sorting here gives the same stable order
-    // on every file system, with "." and ".." first.
-    std::sort(state->names.begin(), state->names.end(),
-              [](const std::string& a, const std::string& b) {
-                const bool aDots = a == "." || a == "..";
-                const bool bDots = b == "." || b == "..";
-                if (aDots != bDots) return aDots;
-                return a < b;
-              });
+    // NTFS hands out names in this order; sorting gives it on every file system.
+    std::sort(state->names.begin(), state->names.end(), NtfsOrder);
   }
 
   if (!NextEntry(state, data)) {

@@ -11,7 +11,7 @@
 #include <string>
 
 #include "platform/fault_injection.h"
-#include "platform/native.h"
+#include "platform/posix/native.h"
 #include "platform/win32.h"
 
 using platform::faults::Kind;

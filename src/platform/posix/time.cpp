@@ -154,17 +154,13 @@ BOOL FileTimeToSystemTime(const FILETIME* file, SYSTEMTIME* system) {
   return TRUE;
 }
 
-// Unlike Windows, which applies today's offset to every date, both directions
-// use the offset in force at the given moment, so summer and winter stamps
-// each keep their own daylight-saving rule.
+// As on Windows, both directions apply the offset in force now to every date,
+// whatever its season: a summer time read in winter is an hour off, but a file
+// gets the same stamp on every platform on the same day, and the two
+// directions always undo each other.
 BOOL FileTimeToLocalFileTime(const FILETIME* utc, FILETIME* local) {
-  if (utc == nullptr || local == nullptr) {
-    SetLastError(ERROR_INVALID_PARAMETER);
-    return FALSE;
-  }
-  const int64_t t = static_cast<int64_t>(Ticks(*utc) / kTicksPerSecond) - kEpochSeconds;
   int64_t offset = 0;
-  if (!LocalOffset(t, &offset)) {
+  if (utc == nullptr || local == nullptr || !LocalOffset(time(nullptr), &offset)) {
     SetLastError(ERROR_INVALID_PARAMETER);
     return FALSE;
   }
@@ -172,22 +168,12 @@ BOOL FileTimeToLocalFileTime(const FILETIME* utc, FILETIME* local) {
 }
 
 BOOL LocalFileTimeToFileTime(const FILETIME* local, FILETIME* utc) {
-  if (local == nullptr || utc == nullptr) {
+  int64_t offset = 0;
+  if (local == nullptr || utc == nullptr || !LocalOffset(time(nullptr), &offset)) {
     SetLastError(ERROR_INVALID_PARAMETER);
     return FALSE;
   }
-  // Find the UTC instant whose local reading is `local`: start from the
-  // offset at the local reading itself and correct once for a DST change in
-  // between. A local time that repeats in autumn resolves to one of its two
-  // instants; one skipped in spring to a moment next to the gap.
-  const int64_t l = static_cast<int64_t>(Ticks(*local) / kTicksPerSecond) - kEpochSeconds;
-  int64_t first = 0;
-  int64_t second = 0;
-  if (!LocalOffset(l, &first) || !LocalOffset(l - first, &second)) {
-    SetLastError(ERROR_INVALID_PARAMETER);
-    return FALSE;
-  }
-  return ShiftTicks(*local, -second, utc) ? TRUE : FALSE;
+  return ShiftTicks(*local, -offset, utc) ? TRUE : FALSE;
 }
 
 BOOL FileTimeToDosDateTime(const FILETIME* file, WORD* date, WORD* time) {

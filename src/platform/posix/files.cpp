@@ -7,7 +7,7 @@
 #include <string>
 
 #include "platform/fault_injection.h"
-#include "platform/native.h"
+#include "platform/posix/native.h"
 #include "platform/win32.h"
 
 using platform::faults::Kind;
@@ -260,6 +260,9 @@ BOOL SetEndOfFile(HANDLE file) {
 }
 
 BOOL CloseHandle(HANDLE object) {
+  // The all-ones value is also the process's own pseudo handle, whose closing
+  // Windows accepts and ignores.
+  if (object == INVALID_HANDLE_VALUE) return TRUE;
   const int fd = OpenFd(object);
   if (fd < 0) return FALSE;
   if (close(fd) != 0 && errno != EINTR) {

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <string>
 
-#include "platform/native.h"
+#include "platform/posix/native.h"
 #include "platform/win32.h"
 
 using namespace platform::native;

@@ -1,4 +1,4 @@
-#include "platform/native.h"
+#include "platform/posix/native.h"
 
 #include <cerrno>
 #include <climits>
