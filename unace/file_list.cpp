@@ -16,11 +16,11 @@ std::string UpperName(const std::string& name) {
 
 void SplitName(const std::string& name, std::string* directory, std::string* base,
                std::string* extension) {
+  // The first two characters are a drive whenever the second is a colon, as the
+  // plug-in splits its masks; "C:NAME" keeps "C:" as its directory part.
+  size_t start = name.size() >= 2 && name[1] == ':' ? 2 : 0;
   const size_t sep = name.rfind('\\');
-  const size_t dirEnd = sep == std::string::npos ? 0 : sep + 1;
-  // A drive without a directory ("C:NAME") still counts as the directory part.
-  size_t start = dirEnd;
-  if (dirEnd == 0 && name.size() >= 2 && name[1] == ':') start = 2;
+  if (sep != std::string::npos && sep >= start) start = sep + 1;
   *directory = name.substr(0, start);
   const size_t dot = name.rfind('.');
   if (dot != std::string::npos && dot >= start) {
