@@ -136,7 +136,7 @@ bool IsIntactFileHeader(const uint8_t* h, uint32_t available, uint64_t* work) {
   const uint32_t nameSize = U16(h + 33);
   const uint32_t commentAt = kFileFixedSize + nameSize;  // COMMENT_SIZE
   if (commentAt + 2 > available) return false;
-  const uint32_t comment = (U16(h + 5) & kFileFlagComment) != 0 ? U16(h + commentAt) : 0;
+  const uint32_t comment = (U16(h + 5) & kFlagComment) != 0 ? U16(h + commentAt) : 0;
   if (headSize + 4 != commentAt + 2 + comment || headSize + 4 > available) return false;
   *work += headSize;
   return ChecksumHolds(h);

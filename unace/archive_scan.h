@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string>
 
+#include "format/header_format.h"
 #include "platform/win32.h"
 #include "unace/unacev2.h"
 
@@ -13,16 +14,6 @@ namespace ace::unace {
 
 // The main header is looked for within this many bytes from the file's start.
 inline constexpr uint32_t kMainHeaderSearchBytes = 61440;
-
-// HEAD_FLAGS bits the library acts on.
-inline constexpr uint16_t kMainFlagSolid = 0x8000;
-inline constexpr uint16_t kFileFlagComment = 0x0002;
-inline constexpr uint16_t kFileFlagFromPrevVolume = 0x1000;  // data began in the volume before
-inline constexpr uint16_t kFileFlagToNextVolume = 0x2000;    // data goes on in the next volume
-inline constexpr uint16_t kFileFlagEncrypted = 0x4000;
-inline constexpr uint16_t kFileFlagSolid = 0x8000;  // continues the history before it
-
-inline constexpr uint32_t kAttrDirectory = 0x10;
 
 struct MainHeader {
   uint32_t Pos = 0;   // file position of HEAD_CRC
@@ -52,7 +43,7 @@ struct EntryHeader {
   std::string Name;  // as stored: OEM code page, "\" or "/" separated
 
   uint32_t End() const { return DataPos + PackSize; }
-  bool IsDirectory() const { return (Attributes & kAttrDirectory) != 0; }
+  bool IsDirectory() const { return (Attributes & FILE_ATTRIBUTE_DIRECTORY) != 0; }
   uint32_t DictionaryCode() const { return TechParm & 15u; }
 };
 

@@ -202,7 +202,7 @@ bool Operation::NextVolume(const EntryHeader& entry, EntryHeader* continuation) 
     read = ReadEntryHeader(volume_, pos, volumeSize_, continuation);
   }
   if (read != HeaderRead::Ok || CutShort(*continuation) ||
-      (continuation->Flags & kFileFlagFromPrevVolume) == 0 || continuation->Name != entry.Name) {
+      (continuation->Flags & kFlagFromPreviousVolume) == 0 || continuation->Name != entry.Name) {
     Fail(ACE_CALLBACK_TYPE_ARCHIVE,
          read == HeaderRead::IoError ? ACE_CALLBACK_ERROR_READ : ACE_CALLBACK_ERROR_HEADER);
     stop_ = true;
@@ -214,7 +214,7 @@ bool Operation::NextVolume(const EntryHeader& entry, EntryHeader* continuation) 
 
 bool Operation::SkipContinuation(const EntryHeader& entry) {
   EntryHeader current = entry;
-  while ((current.Flags & kFileFlagToNextVolume) != 0) {
+  while ((current.Flags & kFlagToNextVolume) != 0) {
     EntryHeader next;
     if (!NextVolume(current, &next)) return false;
     current = next;
@@ -241,10 +241,10 @@ HeaderRead Operation::Walk(uint32_t pos, std::vector<EntryHeader>* entries, Entr
       continue;
     }
     // The tail of an entry whose start lies in a volume not being read.
-    if ((header.Flags & kFileFlagFromPrevVolume) != 0 && !CutShort(header)) continue;
+    if ((header.Flags & kFlagFromPreviousVolume) != 0 && !CutShort(header)) continue;
     entries->push_back(header);
     if (CutShort(header)) return HeaderRead::End;  // nothing can follow it
-    if ((header.Flags & kFileFlagToNextVolume) != 0) return HeaderRead::Ok;
+    if ((header.Flags & kFlagToNextVolume) != 0) return HeaderRead::Ok;
   }
 }
 
@@ -304,7 +304,7 @@ void Operation::DescribeFile(const EntryHeader& entry) {
 int32_t Operation::ReadPacked(void* context, uint8_t* buffer, uint32_t size) {
   auto* self = static_cast<Operation*>(context);
   while (self->partLeft_ == 0) {
-    if ((self->part_.Flags & kFileFlagToNextVolume) == 0) return 0;
+    if ((self->part_.Flags & kFlagToNextVolume) == 0) return 0;
     EntryHeader next;
     if (!self->NextVolume(self->part_, &next)) {
       self->readFailed_ = true;
@@ -388,7 +388,7 @@ bool Operation::Unpack(const EntryHeader& entry, bool selected, OutputFile* out)
       }
       decoderReady_ = true;
     }
-    decoder_.BeginFile(source, entry.OrigSize, (entry.Flags & kFileFlagSolid) != 0);
+    decoder_.BeginFile(source, entry.OrigSize, (entry.Flags & kFlagContinued) != 0);
     for (;;) {
       const uint8_t* data = nullptr;
       size_t size = 0;
@@ -418,7 +418,7 @@ bool Operation::Unpack(const EntryHeader& entry, bool selected, OutputFile* out)
     return false;
   }
   // The rest of an entry that goes on in later volumes is still to be passed.
-  if (partLeft_ > 0 || (part_.Flags & kFileFlagToNextVolume) != 0) {
+  if (partLeft_ > 0 || (part_.Flags & kFlagToNextVolume) != 0) {
     if (!SkipContinuation(part_)) return false;
   }
   if (damaged || crc_ != entry.Crc32) {
@@ -448,7 +448,7 @@ bool Operation::Process(const EntryHeader& entry, bool selected) {
     return SkipContinuation(entry);
   }
 
-  const bool encrypted = (entry.Flags & kFileFlagEncrypted) != 0 && !entry.IsDirectory();
+  const bool encrypted = (entry.Flags & kFlagEncrypted) != 0 && !entry.IsDirectory();
   // Directories and empty files have nothing to decode, whatever their method.
   const bool known = entry.Method == kMethodStored || entry.IsDirectory() || entry.OrigSize == 0 ||
                      (entry.Method == kMethodLz77 && entry.DictionaryCode() <= kMaxDictionaryCode);
@@ -529,7 +529,7 @@ int Operation::Run() {
       ACE_CALLBACK_RETURN_CANCEL) {
     return notifier_.Result();
   }
-  const bool solid = (main_.Flags & kMainFlagSolid) != 0;
+  const bool solid = (main_.Flags & kFlagSolid) != 0;
 
   // The chain of headers begins right after the main header; whatever breaks
   // it is reported, and the walk goes on at the next intact file header for
@@ -540,7 +540,7 @@ int Operation::Run() {
     EntryHeader stopper;
     const HeaderRead end = Walk(pos, &entries, &stopper);
     const bool continues = !entries.empty() && !CutShort(entries.back()) &&
-                           (entries.back().Flags & kFileFlagToNextVolume) != 0;
+                           (entries.back().Flags & kFlagToNextVolume) != 0;
     // Which entries to unpack: the selected ones, and in a solid stream every
     // compressed entry whose history a later unpacked entry continues. What
     // the next volume holds is unknown, so the entry that runs into it counts
@@ -553,7 +553,7 @@ int Operation::Run() {
       selected[i] = Selected(e);
       if (CarriesHistory(e) && request_.operation != ACE_CALLBACK_OPERATION_LIST) {
         needed[i] = selected[i] || historyWanted;
-        historyWanted = needed[i] && (e.Flags & kFileFlagSolid) != 0;
+        historyWanted = needed[i] && (e.Flags & kFlagContinued) != 0;
       } else {
         needed[i] = selected[i];
       }

@@ -26,6 +26,9 @@ inline constexpr uint16_t kFlagLocked = 0x4000;     // main
 inline constexpr uint16_t kFlagEncrypted = 0x4000;  // file
 inline constexpr uint16_t kFlagSolid = 0x8000;      // main
 inline constexpr uint16_t kFlagContinued = 0x8000;  // file: continues the solid stream
+inline constexpr uint16_t kFlagFromPreviousVolume =
+    0x1000;                                            // file: data began in the volume before
+inline constexpr uint16_t kFlagToNextVolume = 0x2000;  // file: data goes on in the next volume
 
 // Sizes.
 inline constexpr size_t kCommonHeaderSize = 7;   // HEAD_CRC .. HEAD_FLAGS
