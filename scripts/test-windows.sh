@@ -16,16 +16,7 @@ started=$SECONDS
 jobs=$(nproc)
 
 packages=(g++-mingw-w64-i686 g++-mingw-w64-x86-64 wine64 g++ make cmake googletest libcli11-dev)
-missing=()
-for p in "${packages[@]}"; do
-  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
-done
-if ((${#missing[@]})); then
-  SUDO=""
-  [ "$(id -u)" -eq 0 ] || SUDO="sudo"
-  $SUDO apt-get update -qq
-  DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq "${missing[@]}"
-fi
+bash scripts/install-packages.sh "${packages[@]}"
 
 export WINEDEBUG=-all
 # Berlin's rules in the POSIX form, which Wine, its C runtime and glibc all read.
