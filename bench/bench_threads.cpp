@@ -41,6 +41,7 @@
 #include "compress/compressor_core.h"
 #include "compress/optimal_engine.h"
 #include "machine.h"
+#include "temp_folder.h"
 
 namespace fs = std::filesystem;
 
@@ -111,26 +112,6 @@ Options ParseOptions(int argc, char** argv) {
   }
   return o;
 }
-
-class TempFolder {
- public:
-  TempFolder() {
-    const char* base = std::getenv("TMPDIR");
-    std::string pattern = std::string(base && *base ? base : "/tmp") + "/acethreads-XXXXXX";
-    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("cannot make " + pattern);
-    path_ = pattern;
-  }
-  ~TempFolder() {
-    std::error_code ec;
-    fs::remove_all(path_, ec);
-  }
-  TempFolder(const TempFolder&) = delete;
-  TempFolder& operator=(const TempFolder&) = delete;
-  const fs::path& path() const { return path_; }
-
- private:
-  fs::path path_;
-};
 
 Bytes ReadAll(const fs::path& path) {
   std::ifstream in(path, std::ios::binary);
@@ -449,7 +430,7 @@ int RunSpeculation(const Options& o) {
 
 int Run(const Options& o) {
   if (o.speculation) return RunSpeculation(o);
-  TempFolder temp;
+  acebench::TempFolder temp("acethreads");
   const fs::path root = temp.path() / "tree";
   uint64_t total = 0;
   const std::vector<std::string> names = CutCorpus(o, root, total);

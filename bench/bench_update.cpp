@@ -30,6 +30,7 @@
 
 #include "aceplug/aceplug.h"
 #include "machine.h"
+#include "temp_folder.h"
 
 namespace fs = std::filesystem;
 
@@ -45,27 +46,6 @@ struct Options {
   int reps = 5;
   std::string corpus =
       std::getenv("ACEPLUG_CORPUS") ? std::getenv("ACEPLUG_CORPUS") : ACE_BENCH_CORPUS;
-};
-
-// The temporary folder, removed with everything in it on every way out.
-class TempFolder {
- public:
-  TempFolder() {
-    const char* base = std::getenv("TMPDIR");
-    std::string pattern = std::string(base && *base ? base : "/tmp") + "/acebench-XXXXXX";
-    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("cannot make " + pattern);
-    path_ = pattern;
-  }
-  ~TempFolder() {
-    std::error_code ec;
-    fs::remove_all(path_, ec);
-  }
-  TempFolder(const TempFolder&) = delete;
-  TempFolder& operator=(const TempFolder&) = delete;
-  const fs::path& path() const { return path_; }
-
- private:
-  fs::path path_;
 };
 
 double Seconds(Clock::time_point t0) {
@@ -225,7 +205,7 @@ Options ParseArgs(int argc, char** argv) {
 int Main(int argc, char** argv) {
   const Options o = ParseArgs(argc, argv);
   const Bytes text = CorpusText(o.corpus);
-  TempFolder temp;
+  acebench::TempFolder temp("acebench");
   const fs::path input = temp.path() / "in";
   fs::create_directories(input);
   const fs::path archive = temp.path() / "big.ace";
