@@ -16,10 +16,12 @@ work=$(mktemp -d "${TMPDIR:-/tmp}/aceplug-demo.XXXXXX")
 cleanup() { chmod -R u+w "$work" 2>/dev/null || true; rm -rf "$work"; }
 trap cleanup EXIT
 
-# What goes in: every source folder and the top-level files that exist.
+# What goes in: every source folder and the top-level files that exist; the
+# tests without their data (packed vectors that would not pack again).
 inputs=()
-for item in CMakeLists.txt CMakePresets.json README.md cmake include src unace cli tests scripts bench fuzz; do
-  [ -e "$item" ] && inputs+=("$item")
+for item in CMakeLists.txt CMakePresets.json README.md cmake include src unace cli tests/* scripts \
+  bench fuzz; do
+  [ -e "$item" ] && [ "$item" != tests/data ] && inputs+=("$item")
 done
 archive="$work/aceplug-sources.ace"
 
