@@ -118,6 +118,20 @@ inline uint32_t AcceptedLength(const uint8_t* there, const uint8_t* here, uint32
   return length;
 }
 
+// Takes the candidate whose bytes start at `there` (match start `start`) when
+// it is longer than `best`; true when it reached `maxLength`, which ends the
+// walk. Only a candidate that agrees in the bytes at best - 1 and best can be
+// longer; two bytes filter better than one.
+inline bool Consider(const uint8_t* there, const uint8_t* here, uint32_t start, uint32_t maxLength,
+                     uint32_t& best, uint32_t& bestPosition) {
+  if (Load16(there + best - 1) != Load16(here + best - 1)) return false;
+  const uint32_t length = AcceptedLength(there, here, maxLength);
+  if (length <= best) return false;
+  best = length;
+  bestPosition = start;
+  return length == maxLength;
+}
+
 template <class M>
 struct Engine {
   static constexpr uint32_t D = M::D;
@@ -279,17 +293,7 @@ struct Engine {
           if (next > limit) __builtin_prefetch(w + (next - k) + best - 1);
           if (shadow != 0) shadow = s.chain[shadow & (D - 1)];
           const uint32_t start = candidate - k;
-          const uint8_t* there = w + start;
-          // Only a candidate that agrees in the bytes at best - 1 and best can
-          // be longer; two bytes filter better than one.
-          if (Load16(there + best - 1) == Load16(here + best - 1)) {
-            const uint32_t length = AcceptedLength(there, here, maxLength);
-            if (length > best) {
-              best = length;
-              bestPosition = start;
-              if (length == maxLength) break;
-            }
-          }
+          if (Consider(w + start, here, start, maxLength, best, bestPosition)) break;
           candidate = next;
         }
       }
@@ -322,15 +326,7 @@ struct Engine {
     const uint32_t limit = p > D ? p - D : 0;
     uint32_t candidate = s.head[s.hash] & kPositionMask;
     for (uint32_t n = s.chainLimit; --n != 0 && candidate > limit;) {
-      const uint8_t* there = w + candidate;
-      if (Load16(there + best - 1) == Load16(here + best - 1)) {
-        const uint32_t length = AcceptedLength(there, here, kMaxMatch);
-        if (length > best) {
-          best = length;
-          bestPosition = candidate;
-          if (length == kMaxMatch) break;
-        }
-      }
+      if (Consider(w + candidate, here, candidate, kMaxMatch, best, bestPosition)) break;
       candidate = s.chain[candidate & (D - 1)];
     }
     if (bestPosition == p) best = PairMatch(s, bestPosition);
